@@ -1,0 +1,35 @@
+#pragma once
+
+#include "device/IProvider.h"
+
+namespace VynCore
+{
+
+/// Connects devices of one type and tells the host of their connection states. The slot order is binding.
+class VYN_PROVIDER_API IDevConnecter : public virtual IProvider
+{
+public:
+    IDevConnecter() = default;
+    IDevConnecter(const IDevConnecter&) = default;
+    IDevConnecter& operator=(const IDevConnecter&) { return *this; } // no data: copies nothing
+    ~IDevConnecter() override = default;
+
+    VynProviderType GetType() override { return VynProviderType::DevConnecter; }
+    std::string GetKeyword() override { return NumericKeyword(GetType(), static_cast<std::int32_t>(GetDevType())); }
+
+    virtual DeviceType GetDevType() { return DeviceType::Unknown; }
+
+    /// Asks for a connection; the answer comes as a change of connection state. Returns 0.
+    virtual std::int32_t ConnectDev(const VynDevice& device) = 0;
+    virtual std::int32_t DisconnectDev(const VynDevice& device) = 0;
+
+    /// Takes note of a device's connection state and tells the host when it changed.
+    virtual void NotifyConnStateChanged(const VynDevice& device, DeviceState state) = 0;
+    virtual void CancelConnectDev(const VynDevice& device) = 0;
+
+    /// Asks for the connected devices; they are answered as changes of connection state. May block for 3000 ms.
+    virtual std::int32_t QueryConnectedDevAsync() = 0;
+    virtual std::int32_t StopQueryConnectedDev() = 0;
+};
+
+} // namespace VynCore

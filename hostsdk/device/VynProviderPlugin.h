@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+/// What the host knows of a plug-in module. The slot order is binding; there is no destructor slot: the host hands the
+/// object back to the module that made it.
+///
+/// The host calls, from one thread at a time: the module's create function, `Init`, `UnInit`, the module's destroy
+/// function. `Init` may block for several seconds.
+class VynProviderPlugin
+{
+public:
+    virtual bool Init() = 0;
+    virtual bool UnInit() = 0;
+    virtual bool IsSupported() { return true; }
+    virtual bool IsEnabled() { return true; }
+
+protected:
+    explicit VynProviderPlugin(std::int32_t providerApiVersion) : apiVersion(providerApiVersion) {}
+    ~VynProviderPlugin() = default;
+
+    std::int32_t apiVersion; // 1 for a plug-in of this SDK
+};

@@ -1,0 +1,5 @@
+#pragma once
+
+#ifndef UI_STRINGS_API
+#define UI_STRINGS_API __declspec(dllimport)
+#endif
