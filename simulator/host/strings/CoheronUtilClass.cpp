@@ -1,0 +1,6 @@
+#include "uistrings/CoheronUtilClass.h"
+
+std::wstring CoheronUtilClass::GetPopWndResPath()
+{
+    return LR"(C:\Host\PopWnd\)";
+}

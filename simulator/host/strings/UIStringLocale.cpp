@@ -1,0 +1,27 @@
+#include "uistrings/UIStringLocale.h"
+
+#include "simulator/host/strings/StringsControl.h"
+#include "simulator/timeline/Timeline.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+
+namespace UIEx
+{
+
+DuiLib::CDuiString UIStringLocale::GetString(const wchar_t* id, ...)
+{
+    const std::wstring name = id != nullptr ? id : L"";
+    sim::Timeline::Instance().Add("strings", L"UIStringLocale::GetString " + name);
+    const std::wstring text = sim::StringsControl::Text(name);
+    std::array<wchar_t, 1024> formatted{};
+    std::va_list arguments;
+    va_start(arguments, id);
+    std::vswprintf(formatted.data(), formatted.size(), text.c_str(), arguments);
+    va_end(arguments);
+    formatted.back() = L'\0';
+    return DuiLib::CDuiString(formatted.data());
+}
+
+} // namespace UIEx

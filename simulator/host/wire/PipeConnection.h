@@ -1,0 +1,61 @@
+#pragma once
+
+#include "simulator/host/wire/Frame.h"
+#include "simulator/host/wire/Handle.h"
+
+#include <array>
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace sim
+{
+
+/// Path of a bus's pipe.
+std::wstring PipePath(std::string_view bus);
+
+/// Opens the client's end. While the service is there but has no free instance, tries again for as long as `patience`.
+/// None when there is no service.
+Handle OpenPipe(const std::wstring& path, std::chrono::milliseconds patience);
+
+/// One end of a connection, over a pipe that was opened for overlapped use.
+///
+/// Threads: `Send` and `Close` may be called from any thread, `Receive` from one at a time. It is held through shared
+/// pointers by all of them; the pipe is closed with the last of these.
+class PipeConnection
+{
+public:
+    explicit PipeConnection(Handle pipe);
+
+    /// Puts the whole frame into the pipe's buffer. Waits only while that is full, and gives the connection up when it
+    /// stays full for five seconds. Returns false when the connection is lost.
+    bool Send(const Frame& frame);
+
+    /// Waits for the next frame. None when the connection is lost or closed.
+    std::optional<Frame> Receive();
+
+    /// Lets `Receive` and `Send` return, now and from now on.
+    void Close();
+
+    PipeConnection(const PipeConnection&) = delete;
+    PipeConnection& operator=(const PipeConnection&) = delete;
+
+private:
+    /// Waits for the operation that `overlapped` belongs to, cancelling it on `Close` or after `limitMs`. Gives the
+    /// bytes moved; none when it failed.
+    std::optional<DWORD> Finish(OVERLAPPED& overlapped, DWORD limitMs);
+    bool Write(std::string_view bytes);
+    std::optional<DWORD> Read();
+
+    const Handle pipe_;
+    const Handle closed_ = MakeEvent();
+    const Handle readDone_ = MakeEvent();
+    const Handle writeDone_ = MakeEvent();
+    std::mutex sendMutex_;           // one frame after the other
+    FrameParser parser_;             // of the receiving thread
+    std::array<char, 65536> buffer_; // of the receiving thread
+};
+
+} // namespace sim

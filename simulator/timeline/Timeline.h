@@ -1,0 +1,87 @@
+#pragma once
+
+#include "simulator/timeline/TimelineApi.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sim
+{
+
+/// One thing that happened.
+struct TimelineEntry
+{
+    std::chrono::nanoseconds time; // since the timeline's start, on the monotonic clock
+    std::uint32_t threadId;        // the thread on which it happened
+    std::string who;               // which stand-in tells it; see Timeline
+    std::string what;              // UTF-8
+};
+
+/// What happened in this process, in one order for all threads. Every stand-in adds to it; the host program prints it
+/// and tests assert on it. The values of `who`:
+///
+/// - "log3", "log4": a line of the module, by its level
+/// - "host": a call of the provider proxy
+/// - "ipc": a call of the IPC library, or a message that it delivers
+/// - "audio": a call of the audio service's COM objects, and its result
+/// - "notify": a notification that the audio service delivers
+/// - "tips", "strings": a call of the tips library or the string tables
+/// - "scenario", "test": what a scenario or a test does
+///
+/// One object for the process. Every operation may be called from any thread.
+class SIM_TIMELINE_API Timeline
+{
+public:
+    using Listener = std::function<void(const TimelineEntry&)>;
+    using Predicate = std::function<bool(const TimelineEntry&)>;
+
+    static Timeline& Instance();
+
+    void Add(std::string_view who, std::string_view what);
+    void Add(std::string_view who, std::wstring_view what);
+
+    /// Everything so far, in order.
+    std::vector<TimelineEntry> Entries() const;
+
+    /// The texts of everything that `who` told so far, in order.
+    std::vector<std::string> Texts(std::string_view who) const;
+
+    std::size_t Count(const Predicate& matches) const;
+    std::size_t Count(std::string_view who, std::string_view what) const;
+
+    /// Waits until at least `count` entries match. Returns false when `limit` has passed before.
+    bool WaitForCount(const Predicate& matches, std::size_t count, std::chrono::milliseconds limit) const;
+    bool WaitFor(std::string_view who, std::string_view what, std::chrono::milliseconds limit,
+                 std::size_t count = 1) const;
+
+    /// Called for each entry, in order, one at a time, while the timeline is locked: it must not call the timeline.
+    void SetListener(Listener listener);
+
+    /// Forgets all entries; the start stays.
+    void Clear();
+
+    Timeline(const Timeline&) = delete;
+    Timeline& operator=(const Timeline&) = delete;
+
+private:
+    struct State;
+
+    Timeline();
+    ~Timeline();
+
+    std::unique_ptr<State> state_;
+};
+
+/// UTF-8 of a wide text; what cannot be converted becomes U+FFFD.
+SIM_TIMELINE_API std::string ToUtf8(std::wstring_view text);
+
+/// Wide text of UTF-8.
+SIM_TIMELINE_API std::wstring FromUtf8(std::string_view text);
+
+} // namespace sim

@@ -1,0 +1,5 @@
+#pragma once
+
+#ifndef SIM_TIMELINE_API
+#define SIM_TIMELINE_API __declspec(dllimport)
+#endif
