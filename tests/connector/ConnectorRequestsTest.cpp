@@ -1,0 +1,262 @@
+// Init, UnInit and the host's requests: what goes to the service, and the waits for it.
+#include "tests/connector/ConnectorFixture.h"
+#include "tests/support/ImportPatch.h"
+
+namespace test
+{
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using VynCore::DeviceState;
+
+// Waits for the service's announcement are noted, and answered at once.
+std::vector<DWORD> waits;
+DWORD waitResult = WAIT_TIMEOUT;
+decltype(&WaitForSingleObject) originalWait = nullptr;
+
+DWORD WINAPI NoteWait(HANDLE handle, DWORD ms)
+{
+    if (ms == INFINITE)
+    {
+        return originalWait(handle, ms);
+    }
+    waits.push_back(ms);
+    return waitResult;
+}
+
+class ConnectorRequestsTest : public ConnectorTest
+{
+protected:
+    ConnectorRequestsTest()
+    {
+        originalWait = wait.Original<std::remove_pointer_t<decltype(originalWait)>>();
+        waits.clear();
+        waitResult = WAIT_TIMEOUT;
+    }
+
+    ImportPatch wait{nullptr, "KERNEL32.dll", "WaitForSingleObject", &NoteWait};
+};
+
+TEST_F(ConnectorRequestsTest, InitRegistersInItsOrderAndWaitsForTheService)
+{
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc IpcProxy 12144176", "ipc RegisterMessageCallback 12144176 10617840",
+                                          "ipc RegisterMessageCallback 12144176 10617844",
+                                          "ipc RegisterPublishMessageCallback 12144176",
+                                          "ipc SubscribeIPCMessage 12144176 10616832 10617832",
+                                          "ipc SubscribeIPCMessage 12144176 10616832 10617833",
+                                          "log4 CreateEvent. ret=1(HeadsetConnector::Init)",
+                                          "ipc PostMsg 12144176 10617832 10616832 \"HeadsetAdapterPlugin\"",
+                                          "ipc PostMsg 12144176 10617834 10616832 \"\"",
+                                          "log3 HeadsetConnector, serverWorking=0(HeadsetConnector::Init)",
+                                          "log3 wait failed: 258(HeadsetConnector::Init)"));
+    EXPECT_THAT(waits, ElementsAre(3000U));
+}
+
+TEST_F(ConnectorRequestsTest, AFailedWaitIsLogged)
+{
+    waitResult = WAIT_FAILED;
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(LogLines(), ElementsAre("4 CreateEvent. ret=1(HeadsetConnector::Init)",
+                                        "3 HeadsetConnector, serverWorking=0(HeadsetConnector::Init)",
+                                        "3 wait failed: 4294967295(HeadsetConnector::Init)"));
+}
+
+TEST_F(ConnectorRequestsTest, InitTellsTheFlagAndNotTheWait)
+{
+    waitResult = WAIT_OBJECT_0; // such as for an announcement that the service is not working
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(LogLines(), ElementsAre("4 CreateEvent. ret=1(HeadsetConnector::Init)",
+                                        "3 HeadsetConnector, serverWorking=0(HeadsetConnector::Init)"));
+    Field<ConnectorServerWorking>() = true;
+    waitResult = WAIT_TIMEOUT;
+    EXPECT_TRUE(connector->Init());
+}
+
+TEST_F(ConnectorRequestsTest, InitWithoutAProxyGivesUpAtOnce)
+{
+    sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 1, 1);
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc IpcProxy 12144176"));
+    EXPECT_THAT(waits, IsEmpty());
+    EXPECT_FALSE(HasEvent());
+}
+
+TEST_F(ConnectorRequestsTest, InitGetsAlongWithoutAnIpcClient)
+{
+    sim::FaultPlan::Instance().FailAll("IpcProxy::GetIpcClient", 1);
+    EXPECT_FALSE(connector->Init());
+    connector->UnInit();
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc IpcProxy 12144176", "log4 CreateEvent. ret=1(HeadsetConnector::Init)",
+                                          "ipc PostMsg 12144176 10617832 10616832 \"HeadsetAdapterPlugin\"",
+                                          "ipc PostMsg 12144176 10617834 10616832 \"\"",
+                                          "log3 HeadsetConnector, serverWorking=0(HeadsetConnector::Init)",
+                                          "log3 wait failed: 258(HeadsetConnector::Init)",
+                                          "ipc PostMsg 12144176 10617833 10616832 \"HeadsetAdapterPlugin\""));
+}
+
+HANDLE WINAPI NoEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return nullptr;
+}
+
+TEST_F(ConnectorRequestsTest, InitWithoutAnEventDoesNotWait)
+{
+    const ImportPatch create(nullptr, "KERNEL32.dll", "CreateEventW", &NoEvent);
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(LogLines(), ElementsAre("4 CreateEvent. ret=0(HeadsetConnector::Init)"));
+    EXPECT_THAT(waits, IsEmpty());
+    EXPECT_EQ(connector->QueryConnectedDevAsync(), 0);
+    EXPECT_THAT(waits, IsEmpty());
+}
+
+TEST_F(ConnectorRequestsTest, ARepeatedInitKeepsTheEventAndMakesANewProxy)
+{
+    connector->Init();
+    sim::Timeline::Instance().Clear();
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc IpcProxy 12144176", "ipc ~IpcProxy 12144176",
+                                          "ipc RegisterMessageCallback 12144176 10617840",
+                                          "ipc RegisterMessageCallback 12144176 10617844",
+                                          "ipc RegisterPublishMessageCallback 12144176",
+                                          "ipc SubscribeIPCMessage 12144176 10616832 10617832",
+                                          "ipc SubscribeIPCMessage 12144176 10616832 10617833",
+                                          "ipc PostMsg 12144176 10617832 10616832 \"HeadsetAdapterPlugin\"",
+                                          "ipc PostMsg 12144176 10617834 10616832 \"\"",
+                                          "log3 HeadsetConnector, serverWorking=0(HeadsetConnector::Init)",
+                                          "log3 wait failed: 258(HeadsetConnector::Init)"));
+}
+
+TEST_F(ConnectorRequestsTest, UnInitTakesLeaveAndForgets)
+{
+    connector->Init();
+    connector->NotifyConnStateChanged(TestDevice(), DeviceState::Connected);
+    sim::Timeline::Instance().Clear();
+    connector->UnInit();
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc PostMsg 12144176 10617833 10616832 \"HeadsetAdapterPlugin\"",
+                                          "ipc UnRegisterMessageCallbackAll 12144176"));
+    EXPECT_FALSE(HasEvent());
+    EXPECT_THAT(Field<ConnectorStates>(), IsEmpty());
+}
+
+TEST_F(ConnectorRequestsTest, UnInitMayBeRepeatedAndComeWithoutInit)
+{
+    connector->UnInit();
+    EXPECT_THAT(OwnEntries(), IsEmpty());
+    connector->Init();
+    connector->UnInit();
+    sim::Timeline::Instance().Clear();
+    connector->UnInit();
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc PostMsg 12144176 10617833 10616832 \"HeadsetAdapterPlugin\"",
+                                          "ipc UnRegisterMessageCallbackAll 12144176"));
+}
+
+TEST_F(ConnectorRequestsTest, InitAfterUnInitMakesTheEventAnew)
+{
+    connector->Init();
+    connector->UnInit();
+    sim::Timeline::Instance().Clear();
+    connector->Init();
+    EXPECT_EQ(sim::Timeline::Instance().Count("log4", "CreateEvent. ret=1(HeadsetConnector::Init)"), 1U);
+    EXPECT_TRUE(HasEvent());
+}
+
+TEST_F(ConnectorRequestsTest, ConnectDevReportsConnectingBeforeItSends)
+{
+    connector->Init();
+    sim::Timeline::Instance().Clear();
+    EXPECT_EQ(connector->ConnectDev(TestDevice()), 0);
+    EXPECT_THAT(
+        OwnEntries(),
+        ElementsAre("log3 NotifyConnStateChanged it == devStatsMap.end() "
+                    "devStatsMap[devItem]=DEV_STATE_CONNECTING(HeadsetConnector::NotifyConnStateChanged)",
+                    "host OnDevConnStateChanged 246813579135 1",
+                    "log3 baseInfo.deviceMacAddr=**35 modelId:model subModelId:sub(HeadsetConnector::ConnectDev)",
+                    "ipc PostMsg 12144176 10617842 10616832 {\"ident\",\"246813579135\",\"model\",\"sub\"}"));
+    EXPECT_TRUE(Field<ConnectorIsConnectDev>());
+}
+
+TEST_F(ConnectorRequestsTest, ConnectDevWithoutAProxySendsNothing)
+{
+    EXPECT_EQ(connector->ConnectDev(TestDevice()), 0);
+    EXPECT_THAT(sim::Timeline::Instance().Texts("ipc"), IsEmpty());
+    EXPECT_THAT(HostCalls(), ElementsAre("OnDevConnStateChanged 246813579135 1"));
+    EXPECT_TRUE(Field<ConnectorIsConnectDev>());
+}
+
+TEST_F(ConnectorRequestsTest, ConnectDevSendsWhatFitsIntoTheBuffer)
+{
+    connector->Init();
+    sim::Timeline::Instance().Clear();
+    VynCore::VynDevice device = TestDevice();
+    device.deviceId = std::string(2000, 'x');
+    connector->ConnectDev(device);
+    EXPECT_THAT(sim::Timeline::Instance().Texts("ipc"),
+                ElementsAre("PostMsg 12144176 10617842 10616832 {\"246813579135\",\"model\",\"sub\"}"));
+}
+
+TEST_F(ConnectorRequestsTest, ConnectDevDoesNotCountFailedItems)
+{
+    connector->Init();
+    sim::Timeline::Instance().Clear();
+    sim::FaultPlan::Instance().FailAll("QvIpcPackage::PacketString", -5);
+    connector->ConnectDev(TestDevice());
+    EXPECT_THAT(sim::Timeline::Instance().Texts("ipc"), ElementsAre("PostMsg 12144176 10617842 10616832 [0 bytes]"));
+}
+
+TEST_F(ConnectorRequestsTest, AQueryWaitsForTheServiceAndAsksNevertheless)
+{
+    connector->Init();
+    sim::Timeline::Instance().Clear();
+    waits.clear();
+    EXPECT_EQ(connector->QueryConnectedDevAsync(), 0);
+    EXPECT_THAT(OwnEntries(),
+                ElementsAre("log3 QueryConnectedDevAsync Start 0(HeadsetConnector::QueryConnectedDevAsync)",
+                            "log3 serverWorking=0(HeadsetConnector::QueryConnectedDevAsync)",
+                            "log3 wait failed: 258(HeadsetConnector::QueryConnectedDevAsync)",
+                            "log3 QueryConnectedDevAsync Start 1(HeadsetConnector::QueryConnectedDevAsync)",
+                            "ipc PostMsg 12144176 10617841 10616832 \"0\"",
+                            "log3 QueryConnectedDevAsync End(HeadsetConnector::QueryConnectedDevAsync)"));
+    EXPECT_THAT(waits, ElementsAre(3000U));
+}
+
+TEST_F(ConnectorRequestsTest, AQueryDoesNotWaitForAServiceThatWorks)
+{
+    connector->Init();
+    Field<ConnectorServerWorking>() = true;
+    sim::Timeline::Instance().Clear();
+    waits.clear();
+    EXPECT_EQ(connector->QueryConnectedDevAsync(), 0);
+    EXPECT_THAT(OwnEntries(),
+                ElementsAre("log3 QueryConnectedDevAsync Start 0(HeadsetConnector::QueryConnectedDevAsync)",
+                            "log3 QueryConnectedDevAsync Start 1(HeadsetConnector::QueryConnectedDevAsync)",
+                            "ipc PostMsg 12144176 10617841 10616832 \"0\"",
+                            "log3 QueryConnectedDevAsync End(HeadsetConnector::QueryConnectedDevAsync)"));
+    EXPECT_THAT(waits, IsEmpty());
+}
+
+TEST_F(ConnectorRequestsTest, AQueryBeforeInitNeitherWaitsNorAsks)
+{
+    EXPECT_EQ(connector->QueryConnectedDevAsync(), 0);
+    EXPECT_THAT(OwnEntries(),
+                ElementsAre("log3 QueryConnectedDevAsync Start 0(HeadsetConnector::QueryConnectedDevAsync)",
+                            "log3 QueryConnectedDevAsync Start 1(HeadsetConnector::QueryConnectedDevAsync)",
+                            "log3 QueryConnectedDevAsync End(HeadsetConnector::QueryConnectedDevAsync)"));
+    EXPECT_THAT(waits, IsEmpty());
+}
+
+TEST_F(ConnectorTest, InitWithoutAServiceFailsAfterThreeSeconds)
+{
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(connector->Init());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 2999ms); // the wait counts in whole milliseconds
+}
+
+} // namespace
+
+} // namespace test

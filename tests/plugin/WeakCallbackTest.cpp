@@ -1,0 +1,92 @@
+// Callbacks of providers on threads of others.
+#include "plugin/WeakCallback.h"
+
+#include "device/IToolProvider.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+namespace
+{
+
+using testing::ElementsAre;
+
+struct Tool : VynCore::IToolProvider
+{
+    std::int32_t RunTool(const std::string& argument) override
+    {
+        calls.push_back(argument);
+        if (argument == "throw")
+        {
+            throw std::runtime_error("tool");
+        }
+        return 0;
+    }
+
+    auto Callback()
+    {
+        return WeakCallback(this, [this](const std::string& argument) { RunTool(argument); });
+    }
+
+    std::vector<std::string> calls;
+};
+
+TEST(WeakCallback, RunsWhileTheProviderIsThere)
+{
+    auto tool = std::make_shared<Tool>();
+    const auto callback = tool->Callback();
+    EXPECT_EQ(tool.use_count(), 1);
+    callback(std::string("first"));
+    EXPECT_THAT(tool->calls, ElementsAre("first"));
+}
+
+TEST(WeakCallback, DoesNothingOnceTheProviderIsGone)
+{
+    auto tool = std::make_shared<Tool>();
+    bool ran = false;
+    const auto callback = WeakCallback(tool.get(), [&ran] { ran = true; });
+    tool.reset();
+    callback();
+    EXPECT_FALSE(ran);
+}
+
+TEST(WeakCallback, KeepsTheProviderAliveWhileItRuns)
+{
+    auto tool = std::make_shared<Tool>();
+    const std::weak_ptr<Tool> weak = tool;
+    bool alive = false;
+    const auto callback = WeakCallback(tool.get(),
+                                       [&]
+                                       {
+                                           tool.reset();
+                                           alive = !weak.expired();
+                                       });
+    callback();
+    EXPECT_TRUE(alive);
+    EXPECT_TRUE(weak.expired());
+}
+
+TEST(WeakCallback, RunsForAProviderWithoutASharedOwner)
+{
+    Tool tool;
+    tool.Callback()(std::string("first"));
+    EXPECT_THAT(tool.calls, ElementsAre("first"));
+}
+
+TEST(WeakCallback, LetsNoExceptionOut)
+{
+    Tool tool;
+    EXPECT_NO_THROW(tool.Callback()(std::string("throw")));
+    EXPECT_THAT(tool.calls, ElementsAre("throw"));
+}
+
+} // namespace
+
+} // namespace test
