@@ -1,0 +1,239 @@
+#include "audio/CMMNotificationClient.h"
+
+#include "audio/AudioIdentifiers.h"
+#include "audio/ComPtr.h"
+#include "audio/ModuleEndpoints.h"
+
+#include "accessory/AccessoryBaseSdk.h"
+#include "plugin/Log.h"
+#include "plugin/ModulePin.h"
+
+namespace
+{
+
+/// The module's registration with the platform. Guarded by the default-set lock.
+struct Registration
+{
+    IMMDeviceEnumerator* enumerator = nullptr; // never released
+    bool isRegistered = false;
+};
+
+Registration& ModuleRegistration()
+{
+    static Registration registration;
+    return registration;
+}
+
+/// Null for a state without a name.
+const char* NotifiedStateName(DWORD state)
+{
+    switch (state)
+    {
+    case DEVICE_STATE_ACTIVE:
+        return "ACTIVE";
+    case DEVICE_STATE_DISABLED:
+        return "DISABLED";
+    case DEVICE_STATE_NOTPRESENT:
+        return "NOTPRESENT";
+    case DEVICE_STATE_UNPLUGGED:
+        return "UNPLUGGED";
+    default:
+        return nullptr;
+    }
+}
+
+/// What goes wrong in `step`, for want of memory or of a lock, must not reach the platform's thread.
+template <typename Step> void Attempt(const Step& step) noexcept
+{
+    try
+    {
+        step();
+    }
+    catch (...)
+    {
+        return;
+    }
+}
+
+/// A refresh that fails leaves what was known before.
+void RefreshEndpoints() noexcept
+{
+    ModuleEndpoints& endpoints = ModuleEndpoints::Instance();
+    Attempt([&] { endpoints.RefreshDefaultEndPointName(); });
+    Attempt([&] { endpoints.RefreshEndPointNameList(); });
+}
+
+} // namespace
+
+CMMNotificationClient& CMMNotificationClient::Instance()
+{
+    static CMMNotificationClient client;
+    return client;
+}
+
+void CMMNotificationClient::Initialize()
+{
+    // Intended: the thread's apartment is entered anew, whoever entered it before.
+    CoUninitialize();
+    CoInitialize(nullptr);
+
+    Registration& registration = ModuleRegistration();
+    if (registration.isRegistered)
+    {
+        return;
+    }
+    if (registration.enumerator == nullptr)
+    {
+        ComPtr<IMMDeviceEnumerator> enumerator;
+        const HRESULT result = CoCreateInstance(AudioIdentifiers::deviceEnumeratorClass, nullptr, CLSCTX_ALL,
+                                                AudioIdentifiers::deviceEnumeratorInterface, enumerator.PutVoid());
+        if (FAILED(result) || !enumerator)
+        {
+            Log::Error("CMMNotificationClient::Initialize", "GetDeviceCount pEnum is null");
+            return;
+        }
+        registration.enumerator = enumerator.Detach();
+    }
+    PinModule();
+    // The enumerator outlives every apartment, and the last one that is left unmaps the servers of its objects.
+    PinModuleOf(*reinterpret_cast<void**>(registration.enumerator));
+    registration.isRegistered = SUCCEEDED(registration.enumerator->RegisterEndpointNotificationCallback(&Instance()));
+}
+
+void CMMNotificationClient::SetDeviceChangeCallback(const DeviceChangeCallback& callback)
+{
+    if (!callback)
+    {
+        Log::Error("CMMNotificationClient::SetDeviceChangeCallback", "SetDeviceChangeCallback Fail");
+        return;
+    }
+    DeviceChangeCallback replaced = callback; // after the swap it is destroyed without the mutex
+    CMMNotificationClient& client = Instance();
+    const std::scoped_lock lock(client.callbackMutex_);
+    client.propertyChanged_.swap(replaced);
+}
+
+CMMNotificationClient::DeviceChangeCallback CMMNotificationClient::Callback() const
+{
+    const std::scoped_lock lock(callbackMutex_);
+    return propertyChanged_;
+}
+
+HRESULT CMMNotificationClient::QueryInterface(REFIID riid, void** object)
+{
+    constexpr const char* tag = "CMMNotificationClient::QueryInterface";
+    Log::Info(tag, "QueryInterface begin");
+    if (object == nullptr)
+    {
+        return E_POINTER;
+    }
+    if (IsEqualIID(riid, AudioIdentifiers::unknownInterface))
+    {
+        Log::Info(tag, "QueryInterface IID_IUnknown == riid");
+    }
+    else if (IsEqualIID(riid, AudioIdentifiers::notificationClientInterface))
+    {
+        Log::Info(tag, "QueryInterface __uuidof(IMMNotificationClient) == riid");
+    }
+    else
+    {
+        Log::Info(tag, "QueryInterface is  NULL"); // two blanks: intended
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    *object = static_cast<IMMNotificationClient*>(this);
+    AddRef();
+    Log::Info(tag, "QueryInterface end");
+    return S_OK;
+}
+
+ULONG CMMNotificationClient::AddRef()
+{
+    return ++references_;
+}
+
+ULONG CMMNotificationClient::Release()
+{
+    const ULONG references = --references_;
+    if (references == 0)
+    {
+        delete this;
+    }
+    return references;
+}
+
+HRESULT CMMNotificationClient::OnDeviceStateChanged(LPCWSTR deviceId, DWORD newState)
+{
+    Attempt([&] { HandleStateChange(deviceId, newState); });
+    return S_OK;
+}
+
+void CMMNotificationClient::HandleStateChange(LPCWSTR deviceId, DWORD newState)
+{
+    constexpr const char* tag = "CMMNotificationClient::OnDeviceStateChanged";
+    if (deviceId == nullptr)
+    {
+        Log::Error(tag, "pwstrDeviceId nullptr");
+        return;
+    }
+    const char* const stateName = NotifiedStateName(newState);
+    if (stateName == nullptr)
+    {
+        Log::Info(tag, "pwstrDeviceId:", AccessoryBaseSdk::GetLastTwoSerialNumber(std::wstring(deviceId)));
+        return;
+    }
+    if (!Callback())
+    {
+        Log::Error(tag, "propertyChanged is null");
+        return;
+    }
+    RefreshEndpoints();
+    Callback()(deviceId, stateName); // asked for anew: it may have been replaced while the refresh waited
+    Log::Info(tag, "OnDeviceStateChanged -- End");
+}
+
+HRESULT CMMNotificationClient::OnDeviceAdded(LPCWSTR)
+{
+    return S_OK;
+}
+
+HRESULT CMMNotificationClient::OnDeviceRemoved(LPCWSTR)
+{
+    return S_OK;
+}
+
+HRESULT CMMNotificationClient::OnDefaultDeviceChanged(EDataFlow, ERole role, LPCWSTR deviceId)
+{
+    // Intended: the data flow is not looked at.
+    constexpr const char* tag = "CMMNotificationClient::OnDefaultDeviceChanged";
+    if (deviceId == nullptr)
+    {
+        Log::Error(tag, "pwstrDeviceId nullptr");
+        return S_FALSE;
+    }
+    if (role != eMultimedia && role != eCommunications)
+    {
+        // A change of default is reported once for each role; the console's report is left to the other two.
+        Log::Info(tag, "OnDefaultDeviceChanged -- End");
+        return S_FALSE;
+    }
+    RefreshEndpoints();
+    try
+    {
+        Callback()(deviceId, {});
+    }
+    catch (const std::bad_function_call&)
+    {
+        throw; // there is no callback: intended
+    }
+    catch (...)
+    {
+        return S_OK; // as Attempt
+    }
+    return S_OK;
+}
+
+HRESULT CMMNotificationClient::OnPropertyValueChanged(LPCWSTR, const PROPERTYKEY)
+{
+    return S_OK;
+}

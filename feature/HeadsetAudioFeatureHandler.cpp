@@ -1,0 +1,202 @@
+// The feature handler's start and end.
+#include "feature/HeadsetAudioFeatureHandler.h"
+
+#include "audio/CMMNotificationClient.h"
+#include "audio/ModuleEndpoints.h"
+#include "connector/MakeIpcProxy.h"
+#include "connector/ServiceMessages.h"
+#include "plugin/Log.h"
+#include "plugin/ModulePin.h"
+#include "plugin/WeakCallback.h"
+
+#include "device/VynProviderProxy.h"
+#include "ipc/IPCMessageClient.h"
+
+#include <thread>
+#include <utility>
+
+namespace
+{
+
+constexpr const char* initTag = "HeadsetAudioFeatureHandler::Init";
+
+} // namespace
+
+HeadsetAudioFeatureHandler::HeadsetAudioFeatureHandler() = default;
+
+HeadsetAudioFeatureHandler::~HeadsetAudioFeatureHandler()
+{
+    // A task of the loop may use any field.
+    if (volumeTaskLoop)
+    {
+        volumeTaskLoop->StopLoop();
+    }
+}
+
+bool HeadsetAudioFeatureHandler::Init()
+{
+    Log::Info(initTag, "HeadsetAudioFeatureHandler::InitIpcClient() start");
+    StartWorker();
+    StartTaskLoop();
+    Log::Info(initTag, "HeadsetAudioFeatureHandler::InitIpcClient() end");
+    StartEndpointNotifications();
+    return JoinConnectivityService();
+}
+
+void HeadsetAudioFeatureHandler::StartWorker()
+{
+    PinModule();
+    const std::scoped_lock lock(coopMutex);
+    coopRunning = true;
+    if (isWorkerAlive)
+    {
+        return; // a worker of an earlier start goes on
+    }
+    std::shared_ptr<IProvider> self = weak_from_this().lock(); // none when nobody owns the handler by shared pointer
+    std::thread([this, self = std::move(self)] { CooperateThreadFunc(); }).detach();
+    isWorkerAlive = true;
+}
+
+void HeadsetAudioFeatureHandler::StartTaskLoop()
+{
+    const auto loop = std::make_shared<TaskLoop>("HeadsetVolumeTimerTask");
+    std::shared_ptr<TaskLoop> earlier = loop;
+    {
+        const std::scoped_lock lock(volumeMutex);
+        volumeTaskLoop.swap(earlier);
+        volumeTaskId = 0; // a task of the earlier loop is dropped with it
+    }
+    earlier.reset(); // without volumeMutex: the task at hand may be waiting for it
+    loop->StartLoop(true);
+}
+
+void HeadsetAudioFeatureHandler::StartEndpointNotifications()
+{
+    {
+        // Held across both, so that a change in between finds the callback set.
+        const std::scoped_lock lock(ModuleEndpoints::Instance().defaultSetMutex);
+        CMMNotificationClient::Initialize();
+        CMMNotificationClient::SetDeviceChangeCallback(WeakCallback(
+            this, [this](const std::wstring& endpointId, const std::string&) { DeviceStateChanged(endpointId); }));
+    }
+    ModuleEndpoints::Instance().Fill();
+}
+
+bool HeadsetAudioFeatureHandler::JoinConnectivityService()
+{
+    const std::shared_ptr<VynCore::IpcProxy> proxy = MakeIpcProxy(ServiceMessages::featureHandlerClientId);
+    ReplaceProxy(proxy);
+    if (!proxy)
+    {
+        return false;
+    }
+    if (IPCMessageClient* const client = proxy->GetIpcClient())
+    {
+        RegisterCallbacks(*client);
+    }
+    if (const auto isMade = serverReadyEvent.CreateIfMissing())
+    {
+        Log::Error(initTag, "CreateEvent. ret=", *isMade); // level 4 either way: intended
+    }
+    proxy->PostMsg(ServiceMessages::started, ServiceMessages::moduleId, ServiceMessages::clientName);
+    proxy->PostMsg(ServiceMessages::query, ServiceMessages::moduleId, "");
+    return AwaitServer();
+}
+
+bool HeadsetAudioFeatureHandler::AwaitServer()
+{
+    const DWORD result = serverReadyEvent.Wait(ServiceMessages::announcementWaitMs).value_or(WAIT_FAILED);
+    const bool isWorking = serverWorking;
+    Log::Info(initTag, "HeadsetAudioFeatureHandler, serverWorking=", isWorking);
+    if (result == WAIT_TIMEOUT || result == WAIT_FAILED)
+    {
+        Log::Info(initTag, "wait failed: ", result);
+    }
+    return isWorking;
+}
+
+void HeadsetAudioFeatureHandler::RegisterCallbacks(IPCMessageClient& client)
+{
+    const auto onConnectState =
+        WeakCallback(this, [this](const TagIPCMessageItem& msg) { OnRecvDeviceConnectStateUpdate(msg); });
+    client.RegisterMessageCallback(ServiceMessages::connectState, onConnectState);
+    client.RegisterMessageCallback(ServiceMessages::connectStateAlso, onConnectState);
+    client.RegisterMessageCallback(
+        ServiceMessages::deviceChange,
+        WeakCallback(this, [this](const TagIPCMessageItem& msg) { OnRecvDeviceChange(msg); }));
+    client.RegisterPublishMessageCallback(
+        WeakCallback(this, [this](const TagIPCMessageItem& msg) { OnRecvServerStateChanged(msg); }));
+    client.SubscribeIPCMessage(ServiceMessages::moduleId, ServiceMessages::started);
+    client.SubscribeIPCMessage(ServiceMessages::moduleId, ServiceMessages::stopped);
+}
+
+std::shared_ptr<VynCore::IpcProxy> HeadsetAudioFeatureHandler::Proxy() const
+{
+    const std::scoped_lock lock(proxyMutex);
+    return ipcProxy;
+}
+
+void HeadsetAudioFeatureHandler::ReplaceProxy(std::shared_ptr<VynCore::IpcProxy> proxy)
+{
+    const std::scoped_lock lock(proxyMutex);
+    ipcProxy.swap(proxy); // the old one is released with the argument, when the lock is not held any more
+}
+
+bool HeadsetAudioFeatureHandler::UnInit()
+{
+    VynCore::VynProviderProxy::GetInstance().UnRegistProvider(this);
+    if (const std::shared_ptr<VynCore::IpcProxy> proxy = Proxy())
+    {
+        proxy->PostMsg(ServiceMessages::stopped, ServiceMessages::moduleId, ServiceMessages::clientName);
+        if (IPCMessageClient* const client = proxy->GetIpcClient())
+        {
+            client->UnRegisterMessageCallbackAll();
+        }
+    }
+    serverReadyEvent.Close();
+    StopTaskLoop();
+    DropCooperations();
+    return true;
+}
+
+void HeadsetAudioFeatureHandler::StopTaskLoop()
+{
+    std::shared_ptr<TaskLoop> loop;
+    {
+        const std::scoped_lock lock(volumeMutex);
+        loop = volumeTaskLoop;
+        if (loop && volumeTaskId != 0)
+        {
+            loop->RemoveEvent(volumeTaskId);
+            volumeTaskId = 0;
+        }
+    }
+    if (!loop)
+    {
+        return;
+    }
+    loop->StopLoop(); // without volumeMutex, which the task at hand may be waiting for
+    const std::scoped_lock lock(volumeMutex);
+    if (volumeTaskLoop == loop)
+    {
+        volumeTaskId = 0; // a message that came in between may have added a task, which was dropped unrun
+    }
+}
+
+void HeadsetAudioFeatureHandler::DropCooperations()
+{
+    coopRunning = false;
+    std::vector<CoopTask> dropped;
+    OwnedHandle ended;
+    {
+        const std::scoped_lock lock(coopMutex);
+        pendingMac.clear();
+        pendingKind = CoopKind::disable;
+        ended = std::move(pendingEvent);
+        dropped.swap(coopTaskQueue);
+    }
+    if (ended)
+    {
+        SetEvent(ended.Get()); // the worker may be waiting for it
+    }
+}

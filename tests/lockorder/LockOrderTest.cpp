@@ -1,0 +1,115 @@
+// The module's lock order, by the names of its locks.
+#include "audio/ModuleEndpoints.h"
+#include "connector/HeadsetConnector.h"
+#include "feature/HeadsetAudioFeatureHandler.h"
+#include "tests/lockorder/LockWatch.h"
+#include "tests/lockorder/Routine.h"
+#include "tests/support/PrivateAccess.h"
+#include "tests/support/Watchdog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+
+EXPOSE_PRIVATE(CoopMutex, &HeadsetAudioFeatureHandler::coopMutex);
+EXPOSE_PRIVATE(DeviceChangeMutex, &HeadsetAudioFeatureHandler::deviceChangeMutex);
+EXPOSE_PRIVATE(FeatureStateMutex, &HeadsetAudioFeatureHandler::featureStateMutex);
+EXPOSE_PRIVATE(ProxyMutex, &HeadsetAudioFeatureHandler::proxyMutex);
+EXPOSE_PRIVATE(VolumeMutex, &HeadsetAudioFeatureHandler::volumeMutex);
+EXPOSE_PRIVATE(VolumeTaskLoop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
+EXPOSE_PRIVATE(QueueMutex, &TaskLoop::queueMutex);
+EXPOSE_PRIVATE(WaitMutex, &TaskLoop::waitMutex);
+EXPOSE_PRIVATE(DevStatsMutex, &HeadsetConnector::devStatsMutex);
+EXPOSE_PRIVATE(StatesMutex, &HeadsetConnector::statesMutex);
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class LockOrder : public testing::Test
+{
+protected:
+    LockOrder()
+    {
+        watch.Clear();
+        ModuleEndpoints& endpoints = ModuleEndpoints::Instance();
+        watch.Name(endpoints.defaultSetMutex, "defaultSetMutex", 3);
+        watch.Name(endpoints.endpointMutex, "endpointMutex", 4);
+        Name(test::DeviceChangeMutex{}, "deviceChangeMutex", 2);
+        Name(test::FeatureStateMutex{}, "featureStateMutex", 2);
+        Name(test::VolumeMutex{}, "volumeMutex", 2);
+        Name(test::CoopMutex{}, "coopMutex", 9);
+        Name(test::ProxyMutex{}, "proxyMutex", 9);
+        watch.Name((*connecter).*MemberOf(test::DevStatsMutex{}), "devStatsMutex", 8);
+        watch.Name((*connecter).*MemberOf(test::StatesMutex{}), "statesMutex", 9);
+    }
+
+    template <typename Tag> void Name(Tag tag, const char* name, int rank)
+    {
+        watch.Name((*handler).*MemberOf(tag), name, rank);
+    }
+
+    void NameLoop()
+    {
+        TaskLoop& loop = *((*handler).*MemberOf(test::VolumeTaskLoop{}));
+        watch.Name(loop.*MemberOf(test::QueueMutex{}), "queueMutex", 9);
+        watch.Name(loop.*MemberOf(test::WaitMutex{}), "waitMutex", 9);
+    }
+
+    test::Watchdog watchdog{std::chrono::seconds(50)};
+    test::LockWatch watch{nullptr};
+    std::shared_ptr<HeadsetConnector> connecter = std::make_shared<HeadsetConnector>();
+    std::shared_ptr<HeadsetAudioFeatureHandler> handler = std::make_shared<HeadsetAudioFeatureHandler>();
+};
+
+TEST_F(LockOrder, HoldsThroughADay)
+{
+    test::Routine day;
+    EXPECT_TRUE(connecter->Init());
+    EXPECT_TRUE(handler->Init());
+    NameLoop();
+    day.Run(*connecter, *handler);
+    EXPECT_TRUE(handler->Init());
+    NameLoop();
+    EXPECT_TRUE(handler->UnInit());
+    connecter->UnInit();
+
+    EXPECT_THAT(watch.Violations(), IsEmpty());
+    EXPECT_THAT(watch.Circle(), IsEmpty());
+    EXPECT_TRUE(watch.Saw("defaultSetMutex", "endpointMutex"));
+    EXPECT_TRUE(watch.Saw("deviceChangeMutex", "defaultSetMutex"));
+    EXPECT_TRUE(watch.Saw("featureStateMutex", "defaultSetMutex"));
+}
+
+TEST_F(LockOrder, IsSeenWhenItIsBroken)
+{
+    ModuleEndpoints& endpoints = ModuleEndpoints::Instance();
+    {
+        const std::scoped_lock first(endpoints.defaultSetMutex);
+        const std::scoped_lock second(endpoints.endpointMutex);
+    }
+    EXPECT_THAT(watch.Violations(), IsEmpty());
+    EXPECT_THAT(watch.Circle(), IsEmpty());
+    {
+        const std::scoped_lock first(endpoints.endpointMutex);
+        const std::scoped_lock second(endpoints.defaultSetMutex);
+    }
+    EXPECT_THAT(watch.Violations(), ElementsAre("endpointMutex -> defaultSetMutex"));
+    EXPECT_EQ(watch.Circle().size(), 3U);
+}
+
+TEST_F(LockOrder, IsBrokenByALockUnderALeaf)
+{
+    std::mutex& leaf = (*handler).*MemberOf(test::CoopMutex{});
+    const std::scoped_lock first(leaf);
+    const std::scoped_lock second(ModuleEndpoints::Instance().endpointMutex);
+    EXPECT_THAT(watch.Violations(), ElementsAre("coopMutex -> endpointMutex"));
+    EXPECT_THAT(watch.Circle(), IsEmpty());
+}
+
+} // namespace

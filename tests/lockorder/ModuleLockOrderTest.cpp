@@ -1,0 +1,33 @@
+// The shipped module takes its locks in no circle, whatever they are called.
+#include "simulator/host/HostControl.h"
+#include "tests/lockorder/LockWatch.h"
+#include "tests/lockorder/Routine.h"
+#include "tests/support/PluginModule.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using testing::IsEmpty;
+
+template <typename Provider> Provider& Find(const char* keyword)
+{
+    return dynamic_cast<Provider&>(*sim::HostControl::Instance().FindProvider(keyword));
+}
+
+TEST(ModuleLockOrder, HasNoCircle)
+{
+    test::Routine day;
+    const test::PluginModule module;
+    test::LockWatch watch(module.Handle());
+    const test::Plugin plugin(module);
+    plugin->Init();
+    day.Run(Find<VynCore::IDevConnecter>("2|2591"), Find<VynCore::IDevFeatureHandler>("3|9"));
+    plugin->UnInit();
+
+    EXPECT_THAT(watch.Circle(), IsEmpty());
+}
+
+} // namespace
