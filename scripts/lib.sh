@@ -1,0 +1,136 @@
+# Shared by the scripts in this folder, which source it. Names and messages of what they need, the build folder, Wine.
+# shellcheck shell=bash
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+build=${BUILD_DIR:-$root/build}
+case $build in
+    /*) ;;
+    *) build=$PWD/$build ;;
+esac
+me=$(basename "$0")
+
+say() {
+    printf '%s: %s\n' "$me" "$*"
+}
+
+die() {
+    printf '%s: %s\n' "$me" "$*" >&2
+    exit 1
+}
+
+# have COMMAND...: whether all of them are there.
+have() {
+    command -v "$@" >/dev/null && [ "$(command -v "$@" | wc -l)" -eq $# ]
+}
+
+# run_logged LOG MESSAGE COMMAND...: runs the command with its output in the log; when it fails, shows the end of the log.
+run_logged() {
+    local log=$1 message=$2
+    shift 2
+    mkdir -p "$(dirname "$log")" || die "cannot make the folder $(dirname "$log")"
+    if ! "$@" </dev/null >"$log" 2>&1; then
+        tail -n 30 "$log" >&2
+        die "$message (all of its output: $log)"
+    fi
+}
+
+# --- packages ---
+
+# shellcheck disable=SC2034 # for the scripts that source this file
+{
+    build_packages=(g++-mingw-w64-x86-64-posix mingw-w64-tools cmake ninja-build googletest)
+    run_packages=(wine wine64)
+    test_packages=(clang-tidy)
+}
+
+is_installed() {
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# Sets become_root to what a command has to be run through; fails when there is no way to be root.
+find_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        become_root=()
+    elif command -v sudo >/dev/null && [ -t 0 ]; then
+        become_root=(sudo) # asks for the password on the terminal if it needs one
+    elif command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
+        become_root=(sudo -n)
+    else
+        return 1
+    fi
+}
+
+check_system() {
+    have dpkg-query apt-get ||
+        die "this system has no dpkg and apt; the build is made for Debian 12 on x86-64"
+    [ "$(dpkg --print-architecture)" = amd64 ] ||
+        die "this system is for $(dpkg --print-architecture); building and running need x86-64 (amd64)"
+    # shellcheck disable=SC1091 # the system's own file
+    local release
+    release=$(. /etc/os-release 2>/dev/null && printf '%s %s' "${ID:-unknown}" "${VERSION_ID:-}")
+    [ "$release" = "debian 12" ] || say "warning: made for Debian 12; this is $release, and may lack something"
+}
+
+# ensure_packages PACKAGE...: installs those that are missing; touches nothing, and no network, when none is.
+ensure_packages() {
+    local package missing=()
+    for package in "$@"; do
+        is_installed "$package" || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    find_root || die "these packages are missing: ${missing[*]}
+Installing them takes root or sudo; run as root:  apt-get install --no-install-recommends ${missing[*]}"
+    say "installing ${missing[*]}"
+    install_packages "${missing[@]}"
+}
+
+install_packages() {
+    run_logged "$build/logs/apt-update.log" "apt-get update failed; still missing: $*" \
+        "${become_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update
+    run_logged "$build/logs/apt-install.log" "apt-get could not install $*" \
+        "${become_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+}
+
+# --- build ---
+
+# build_targets TARGET...: configures, and builds the targets.
+build_targets() {
+    say "building in $build"
+    run_logged "$build/logs/configure.log" "configuring failed" \
+        cmake -S "$root" -B "$build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
+        -DCMAKE_BUILD_TYPE=RelWithDebInfo
+    run_logged "$build/logs/build.log" "building failed" \
+        cmake --build "$build" --parallel "$(nproc)" --target "$@"
+}
+
+# --- Wine ---
+
+export WINEPREFIX=$build/wineprefix WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
+
+# Starts a server for the build folder's prefix that stays until stop_wine. Wine's services, which the first program
+# brings up, must not hold our output open, or a reader of it would wait for them: so they are brought up here, with
+# their output elsewhere.
+start_wine() {
+    have wine wineserver || die "wine is installed, but not in PATH"
+    mkdir -p "$WINEPREFIX" "$build/logs" || die "cannot make the folder $WINEPREFIX"
+    trap stop_wine EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM
+    wineserver -p </dev/null >"$build/logs/wineserver.log" 2>&1 # fails when there is one, which is as well
+    if [ -e "$build/wineprefix.ready" ]; then
+        run_logged "$build/logs/wine-start.log" "wine does not start" wine cmd /c exit
+    else
+        say "making a Wine prefix"
+        run_logged "$build/logs/wineboot.log" "wine could not make its prefix" wineboot -i
+        touch "$build/wineprefix.ready"
+    fi
+}
+
+# Keeps the exit status of the script that it ends.
+stop_wine() {
+    local status=$?
+    trap - EXIT
+    trap '' INT TERM
+    wineserver -k </dev/null >/dev/null 2>&1
+    exit "$status"
+}

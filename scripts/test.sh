@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Builds everything and runs all tests but the opt-in ones, in parallel.
+#   scripts/test.sh [CTEST-OPTION...]
+# Ends with ctest's summary and exit status. BUILD_DIR names another build folder, TEST_JOBS how many tests run at once.
+set -uo pipefail
+# shellcheck source=scripts/lib.sh
+. "$(dirname "$0")/lib.sh"
+
+check_system
+ensure_packages "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}"
+build_targets all
+start_wine
+
+# Most tests wait most of the time: more of them at once than there are processors.
+jobs=${TEST_JOBS:-$(($(nproc) * 4))}
+say "running the tests, $jobs at a time"
+ctest --test-dir "$build" --parallel "$jobs" --label-exclude '^pulse$' --no-tests=error --output-on-failure "$@" </dev/null

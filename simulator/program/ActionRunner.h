@@ -1,0 +1,41 @@
+#pragma once
+
+#include "simulator/program/HostSide.h"
+#include "simulator/program/ServiceProcess.h"
+#include "simulator/program/World.h"
+#include "simulator/program/scenario/Statement.h"
+
+namespace sim
+{
+
+/// Carries out actions. Any thread may call it, as far as what the actions are about allows for it; see World and
+/// HostSide, which stay the caller's.
+class ActionRunner
+{
+public:
+    ActionRunner(HostSide& host, World& world, ServiceProcess& service) : host_(host), world_(world), service_(service)
+    {
+    }
+
+    /// Throws ScenarioFailure, or what the stand-ins throw, when the action cannot be carried out.
+    void Run(const scenario::Action& action);
+
+private:
+    void Do(const scenario::ServiceAction& action);
+    void Do(const scenario::HostAction& action);
+    void DoOnDevice(scenario::HostVerb verb, const VynCore::VynDevice& device);
+    void Do(const scenario::HeadsetConnects& action) { world_.Do(action); }
+    void Do(const scenario::HeadsetDisconnects& action) { world_.Do(action); }
+    void Do(const scenario::HeadsetEvent& action) { world_.Do(action); }
+    void Do(const scenario::HeadsetMoves& action) { world_.Do(action); }
+    static void Do(const scenario::ChangeEndpoint& action);
+    static void Do(const scenario::ChangeDefault& action);
+    static void Do(const scenario::FailCalls& action);
+    static void Do(const scenario::SucceedCalls& action);
+
+    HostSide& host_;
+    World& world_;
+    ServiceProcess& service_;
+};
+
+} // namespace sim

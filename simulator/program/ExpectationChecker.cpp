@@ -1,0 +1,175 @@
+#include "simulator/program/ExpectationChecker.h"
+
+#include "simulator/audio/AudioService.h"
+#include "simulator/program/AudioTerms.h"
+#include "simulator/program/EventMatch.h"
+#include "simulator/program/ScenarioFailure.h"
+#include "simulator/timeline/Timeline.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+#include <variant>
+
+namespace sim
+{
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr scenario::Milliseconds readInterval{250}; // between two questions for a feature state
+
+std::string Quoted(const std::string& text)
+{
+    return "\"" + text + "\"";
+}
+
+scenario::Milliseconds Rest(Clock::time_point deadline)
+{
+    return std::max(std::chrono::ceil<scenario::Milliseconds>(deadline - Clock::now()), scenario::Milliseconds{0});
+}
+
+/// Waits until the timeline has more than that many entries. False when the deadline has passed before.
+bool WaitForMore(std::size_t known, Clock::time_point deadline)
+{
+    const auto any = [](const TimelineEntry&)
+    {
+        return true;
+    };
+    return Timeline::Instance().WaitForCount(any, known + 1, Rest(deadline));
+}
+
+} // namespace
+
+void ExpectationChecker::ActionBegins()
+{
+    actionBegin_ = Timeline::Instance().Entries().size();
+}
+
+void ExpectationChecker::Check(const scenario::Expectation& expectation)
+{
+    std::visit([this](const auto& kind) { Examine(kind); }, expectation);
+}
+
+void ExpectationChecker::CheckAtEnd() const
+{
+    for (const TimelineEntry& entry : Timeline::Instance().Entries())
+    {
+        for (const scenario::Event& event : never_)
+        {
+            if (Matches(event, entry))
+            {
+                throw ScenarioFailure("what must never happen has happened: " + entry.who + " " + Quoted(entry.what));
+            }
+        }
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectEvents& expectation) const
+{
+    const auto deadline = Clock::now() + expectation.within;
+    std::size_t known = Timeline::Instance().Entries().size();
+    std::size_t happened = EventsInOrder(expectation.events);
+    while (happened < expectation.events.size() && WaitForMore(known, deadline))
+    {
+        known = Timeline::Instance().Entries().size();
+        happened = EventsInOrder(expectation.events);
+    }
+    if (happened < expectation.events.size())
+    {
+        const scenario::Event& missing = expectation.events[happened];
+        throw ScenarioFailure("this did not happen within " + std::to_string(expectation.within.count()) +
+                              " ms: " + missing.who + " " + Quoted(missing.text) +
+                              (happened > 0 ? " after the event before it" : ""));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectCount& expectation) const
+{
+    const auto deadline = Clock::now() + expectation.watch;
+    std::size_t known = Timeline::Instance().Entries().size();
+    while (Count(expectation.event) <= expectation.count && WaitForMore(known, deadline))
+    {
+        known = Timeline::Instance().Entries().size();
+    }
+    const std::size_t count = Count(expectation.event);
+    if (count != expectation.count)
+    {
+        throw ScenarioFailure("this happened " + std::to_string(count) + " times, not " +
+                              std::to_string(expectation.count) + ": " + expectation.event.who + " " +
+                              Quoted(expectation.event.text));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectDefault& expectation)
+{
+    const AudioService& audio = AudioService::Instance();
+    const EDataFlow flow = expectation.capture ? eCapture : eRender;
+    const ERole role = ToRole(expectation.role);
+    if (!audio.WaitForDefault(flow, role, expectation.endpoint, expectation.within))
+    {
+        const std::string is = audio.Default(flow, role);
+        throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the default is " +
+                              (is.empty() ? "none" : Quoted(is)));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectEndpoint& expectation)
+{
+    const AudioService& audio = AudioService::Instance();
+    if (!audio.WaitForState(expectation.endpoint, ToState(expectation.state), expectation.within))
+    {
+        throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the endpoint " +
+                              (audio.HasEndpoint(expectation.endpoint)
+                                   ? std::string("is ") + StateText(audio.State(expectation.endpoint))
+                                   : "does not exist"));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectFeature& expectation) const
+{
+    const VynCore::VynDevice device = world_.Device(expectation.headset);
+    const auto deadline = Clock::now() + expectation.within;
+    std::int32_t state = host_.ReadState(device);
+    while (state != expectation.state && Clock::now() < deadline)
+    {
+        std::this_thread::sleep_for(std::min(readInterval, Rest(deadline)));
+        state = host_.ReadState(device);
+    }
+    if (state != expectation.state)
+    {
+        throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the state is " +
+                              std::to_string(state));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectTook& expectation) const
+{
+    if (lastActionTook_ < expectation.least || lastActionTook_ > expectation.most)
+    {
+        throw ScenarioFailure("the last action took " + std::to_string(lastActionTook_.count()) + " ms");
+    }
+}
+
+std::size_t ExpectationChecker::EventsInOrder(const std::vector<scenario::Event>& events) const
+{
+    const std::vector<TimelineEntry> entries = Timeline::Instance().Entries();
+    std::size_t happened = 0;
+    for (std::size_t at = actionBegin_; at < entries.size() && happened < events.size(); ++at)
+    {
+        happened += Matches(events[happened], entries[at]) ? 1 : 0;
+    }
+    return happened;
+}
+
+std::size_t ExpectationChecker::Count(const scenario::Event& event) const
+{
+    const std::vector<TimelineEntry> entries = Timeline::Instance().Entries();
+    const auto begin = entries.begin() + static_cast<std::ptrdiff_t>(actionBegin_);
+    return static_cast<std::size_t>(
+        std::count_if(begin, entries.end(), [&event](const TimelineEntry& entry) { return Matches(event, entry); }));
+}
+
+} // namespace sim

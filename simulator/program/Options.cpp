@@ -1,0 +1,83 @@
+#include "simulator/program/Options.h"
+
+#include <charconv>
+
+namespace sim
+{
+
+const char* const usage = R"(simulator SCENARIO.scn [--plain] [--hide WHO]... [--service PROGRAM] [--limit SECONDS]
+simulator --interactive [--plain] [--hide WHO]... [--service PROGRAM]
+
+Loads HeadsetAdapterPlugin.dll from beside this program, runs the scenario around it, and prints what happens.
+Interactive, it takes the statements from its input, a line each; "quit" or the end of the input ends it.
+
+  --plain            no colours
+  --hide WHO         does not print what WHO tells, such as log3
+  --service PROGRAM  the connectivity service's program; else connectivity-service.exe beside this program
+  --limit SECONDS    after which a run that has not ended is taken to hang (180)
+
+Exit status: 0 every expectation held, 1 one did not, 2 the scenario or the command line is not understood, 3 the run
+hangs.
+)";
+
+namespace
+{
+
+std::optional<std::chrono::seconds> ParseSeconds(const std::string& text)
+{
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    const bool good = error == std::errc() && end == text.data() + text.size() && seconds > 0;
+    return good ? std::optional(std::chrono::seconds(seconds)) : std::nullopt;
+}
+
+/// Takes the argument that follows the option; false when there is none or it is not understood.
+bool TakeValue(Options& options, const std::string& option, const std::string& value)
+{
+    if (option == "--service")
+    {
+        options.service = value;
+        return !value.empty();
+    }
+    if (option == "--hide")
+    {
+        options.hidden.insert(value);
+        return true;
+    }
+    const auto limit = ParseSeconds(value);
+    options.limit = limit.value_or(options.limit);
+    return limit.has_value();
+}
+
+} // namespace
+
+std::optional<Options> ParseOptions(const std::vector<std::string>& arguments)
+{
+    Options options;
+    for (std::size_t at = 0; at < arguments.size(); ++at)
+    {
+        const std::string& argument = arguments[at];
+        if (argument == "--plain" || argument == "--interactive")
+        {
+            (argument == "--plain" ? options.plain : options.interactive) = true;
+        }
+        else if (argument == "--service" || argument == "--limit" || argument == "--hide")
+        {
+            if (++at == arguments.size() || !TakeValue(options, argument, arguments[at]))
+            {
+                return std::nullopt;
+            }
+        }
+        else if (argument.starts_with("--") || !options.scenario.empty())
+        {
+            return std::nullopt;
+        }
+        else
+        {
+            options.scenario = argument;
+        }
+    }
+    return options.interactive == options.scenario.empty() ? std::optional(options) : std::nullopt;
+}
+
+} // namespace sim

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace sim
+{
+
+/// What the command line asks for.
+struct Options
+{
+    std::string scenario; // file; empty when interactive
+    bool interactive = false;
+    bool plain = false;
+    std::set<std::string> hidden;    // whose entries are not printed
+    std::string service;             // the service's program; empty: connectivity-service.exe beside this program
+    std::chrono::seconds limit{180}; // of a run that is not interactive
+};
+
+extern const char* const usage;
+
+/// Nothing when the arguments, the program's name left out, are not understood.
+std::optional<Options> ParseOptions(const std::vector<std::string>& arguments);
+
+} // namespace sim

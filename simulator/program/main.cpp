@@ -1,0 +1,165 @@
+// The host program: loads the module, runs a scenario around it, and prints what happens.
+#include "simulator/host/HostControl.h"
+#include "simulator/program/ExitStatus.h"
+#include "simulator/program/HostSide.h"
+#include "simulator/program/Options.h"
+#include "simulator/program/PluginModule.h"
+#include "simulator/program/ScenarioRunner.h"
+#include "simulator/program/ServiceProcess.h"
+#include "simulator/program/ThreadNames.h"
+#include "simulator/program/TimelinePrinter.h"
+#include "simulator/program/Watchdog.h"
+#include "simulator/program/World.h"
+#include "simulator/program/scenario/Scenario.h"
+#include "simulator/program/scenario/ScenarioError.h"
+#include "simulator/program/scenario/StatementParser.h"
+#include "simulator/timeline/Timeline.h"
+
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <string>
+
+namespace
+{
+
+using sim::ExitStatus;
+
+std::filesystem::path BesideThisProgram(const wchar_t* name)
+{
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    return std::filesystem::path(program).parent_path() / name;
+}
+
+std::filesystem::path ServiceProgram(const sim::Options& options)
+{
+    return options.service.empty() ? BesideThisProgram(L"connectivity-service.exe")
+                                   : std::filesystem::path(options.service);
+}
+
+std::optional<std::string> ReadFileText(const std::string& name)
+{
+    std::ifstream file(name, std::ios::binary);
+    if (!file)
+    {
+        return std::nullopt;
+    }
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/// The scenario of the file; nothing, having said why, when it cannot be run.
+std::optional<sim::scenario::Scenario> LoadScenario(const std::string& name)
+{
+    const std::optional<std::string> text = ReadFileText(name);
+    if (!text)
+    {
+        std::fprintf(stderr, "%s: the file cannot be read\n", name.c_str());
+        return std::nullopt;
+    }
+    sim::scenario::Scenario scenario = sim::scenario::ParseScenario(*text);
+    for (const sim::scenario::Complaint& complaint : scenario.complaints)
+    {
+        std::fprintf(stderr, "%s:%zu: %s\n", name.c_str(), complaint.line, complaint.message.c_str());
+    }
+    return scenario.complaints.empty() ? std::optional(std::move(scenario)) : std::nullopt;
+}
+
+/// Runs the lines of the input as they come. Mistakes and failures are told, and it goes on.
+void RunInput(sim::ScenarioRunner& runner)
+{
+    sim::scenario::StatementParser parser;
+    std::string text;
+    for (std::size_t number = 1; std::getline(std::cin, text) && sim::scenario::Trimmed(text) != "quit"; ++number)
+    {
+        try
+        {
+            if (std::optional<sim::scenario::Statement> statement = parser.ParseLine(text))
+            {
+                runner.RunLine({number, std::string(sim::scenario::Trimmed(text)), std::move(*statement)});
+            }
+        }
+        catch (const sim::scenario::ScenarioError& error)
+        {
+            std::printf("%s\n", error.what());
+            std::fflush(stdout);
+        }
+    }
+}
+
+ExitStatus Report(const sim::ScenarioRunner& runner, bool held)
+{
+    std::printf("%s: %zu expectations held%s\n", held ? "PASSED" : "FAILED", runner.Held(),
+                held ? "" : ", then one did not; see the line FAILED above");
+    std::fflush(stdout);
+    return held ? ExitStatus::Held : ExitStatus::Failed;
+}
+
+ExitStatus Play(const sim::Options& options, const sim::scenario::Scenario& scenario)
+{
+    sim::Watchdog watchdog(options.interactive ? std::chrono::seconds(0) : options.limit);
+    static sim::ThreadNames names; // the timeline's listener uses it to the end of the process
+    static sim::TimelinePrinter printer(names, options.plain, options.hidden);
+    names.NameThisThread("host");
+    sim::Timeline::Instance().SetListener([](const sim::TimelineEntry& entry) { printer.Print(entry); });
+
+    sim::ServiceProcess service(ServiceProgram(options), sim::HostControl::Instance().IpcBus());
+    sim::World world(service);
+    // Never unloaded, as in the host: the module's threads may outlive its plug-in.
+    static const auto* const module = new sim::PluginModule(BesideThisProgram(L"HeadsetAdapterPlugin.dll"));
+    sim::HostSide host(*module);
+    sim::ScenarioRunner runner(options.interactive ? "input" : options.scenario, host, world, service, names, watchdog);
+    if (options.interactive)
+    {
+        RunInput(runner);
+        return runner.Leave() ? ExitStatus::Held : ExitStatus::Failed;
+    }
+    const bool held = runner.Run(scenario);
+    return Report(runner, held);
+}
+
+ExitStatus Start(const sim::Options& options)
+{
+    sim::scenario::Scenario scenario;
+    if (!options.interactive)
+    {
+        std::optional<sim::scenario::Scenario> loaded = LoadScenario(options.scenario);
+        if (!loaded)
+        {
+            return ExitStatus::Malformed;
+        }
+        scenario = std::move(*loaded);
+    }
+    try
+    {
+        return Play(options, scenario);
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "simulator: %s\n", error.what());
+        return ExitStatus::Failed;
+    }
+}
+
+} // namespace
+
+int main(int count, char** words)
+{
+    // Lines end in a line feed alone, for readers on every system.
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    const std::optional<sim::Options> options = sim::ParseOptions({words + 1, words + count});
+    if (!options)
+    {
+        std::fputs(sim::usage, stderr);
+        return static_cast<int>(ExitStatus::Malformed);
+    }
+    return static_cast<int>(Start(*options));
+}

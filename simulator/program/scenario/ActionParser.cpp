@@ -1,0 +1,181 @@
+#include "simulator/program/scenario/ActionParser.h"
+
+#include "simulator/program/scenario/ScenarioError.h"
+
+#include <array>
+#include <charconv>
+
+namespace sim::scenario
+{
+
+namespace
+{
+
+constexpr std::int32_t unspecifiedError = static_cast<std::int32_t>(0x80004005);
+
+template <typename Value> using Choice = std::pair<std::string_view, Value>;
+
+Action ParseService(TokenReader& line)
+{
+    static constexpr std::array verbs{
+        Choice<ServiceVerb>{"starts", ServiceVerb::Start},
+        Choice<ServiceVerb>{"stops", ServiceVerb::Stop},
+    };
+    return ServiceAction{line.NeedOneOf<ServiceVerb>("what the service does", verbs)};
+}
+
+bool TakesHeadset(HostVerb verb)
+{
+    return verb == HostVerb::Enable || verb == HostVerb::Disable || verb == HostVerb::Connect ||
+           verb == HostVerb::ReadState;
+}
+
+Action ParseHost(TokenReader& line, const Names& names)
+{
+    static constexpr std::array verbs{
+        Choice<HostVerb>{"creates plugin", HostVerb::CreatePlugin},
+        Choice<HostVerb>{"inits plugin", HostVerb::InitPlugin},
+        Choice<HostVerb>{"uninits plugin", HostVerb::UnInitPlugin},
+        Choice<HostVerb>{"destroys plugin", HostVerb::DestroyPlugin},
+        Choice<HostVerb>{"enables", HostVerb::Enable},
+        Choice<HostVerb>{"disables", HostVerb::Disable},
+        Choice<HostVerb>{"connects", HostVerb::Connect},
+        Choice<HostVerb>{"reads state of", HostVerb::ReadState},
+        Choice<HostVerb>{"queries devices", HostVerb::QueryDevices},
+    };
+    const auto verb = line.NeedOneOf<HostVerb>("what the host does", verbs);
+    return HostAction{verb, TakesHeadset(verb) ? names.KnownHeadset(line.NeedQuoted("the headset's name")) : ""};
+}
+
+Action ParseEndpoint(TokenReader& line, const Names& names)
+{
+    const std::string& label = names.KnownEndpoint(line.NeedQuoted("the endpoint's name"));
+    line.Need("becomes");
+    if (!line.Accept("default"))
+    {
+        return ChangeEndpoint{label, NeedEndpointState(line)};
+    }
+    const std::optional<Role> role = AcceptRole(line);
+    if (!role)
+    {
+        line.Refuse("the role (console, multimedia, communications)");
+    }
+    return ChangeDefault{label, *role};
+}
+
+std::int32_t ResultOr(TokenReader& line, std::int32_t otherwise)
+{
+    if (!line.Accept("with"))
+    {
+        return otherwise;
+    }
+    const std::string text = line.NeedWord("a result such as 0x80070005");
+    std::uint32_t result = 0;
+    const bool hexadecimal = text.starts_with("0x");
+    const auto [end, error] = std::from_chars(text.data() + 2, text.data() + text.size(), result, 16);
+    if (!hexadecimal || error != std::errc() || end != text.data() + text.size())
+    {
+        throw ScenarioError("\"" + text + "\" is no result: it has to be 0x and up to 8 hexadecimal digits");
+    }
+    return static_cast<std::int32_t>(result);
+}
+
+Action ParseCalls(TokenReader& line)
+{
+    if (line.Accept("succeed"))
+    {
+        return SucceedCalls{};
+    }
+    line.Need("of");
+    FailCalls fault{line.NeedQuoted("the call's name")};
+    line.Need("fail");
+    fault.result = ResultOr(line, unspecifiedError);
+    return fault;
+}
+
+Action ParseCall(TokenReader& line)
+{
+    FailCalls fault;
+    fault.nth = line.NeedNumber("the call's number, 1 for the next one,");
+    if (fault.nth == 0)
+    {
+        throw ScenarioError("calls are counted from 1");
+    }
+    line.Need("of");
+    fault.prefix = line.NeedQuoted("the call's name");
+    line.Need("fails");
+    fault.result = ResultOr(line, unspecifiedError);
+    return fault;
+}
+
+} // namespace
+
+EndpointState NeedEndpointState(TokenReader& line)
+{
+    static constexpr std::array states{
+        Choice<EndpointState>{"active", EndpointState::Active},
+        Choice<EndpointState>{"disabled", EndpointState::Disabled},
+        Choice<EndpointState>{"not present", EndpointState::NotPresent},
+        Choice<EndpointState>{"unplugged", EndpointState::Unplugged},
+    };
+    return line.NeedOneOf<EndpointState>("the endpoint's state", states);
+}
+
+std::optional<Role> AcceptRole(TokenReader& line)
+{
+    if (line.Accept("console"))
+    {
+        return Role::Console;
+    }
+    if (line.Accept("multimedia"))
+    {
+        return Role::Multimedia;
+    }
+    return line.Accept("communications") ? std::optional(Role::Communications) : std::nullopt;
+}
+
+Action ParseHeadsetAction(TokenReader& line, const std::string& headset)
+{
+    if (line.Accept("connects"))
+    {
+        const bool delayed = line.Accept("with endpoints after");
+        const Milliseconds delay = delayed ? line.NeedTime() : Milliseconds{0};
+        return HeadsetConnects{headset, delayed || !line.Accept("without endpoints"), delay};
+    }
+    if (line.Accept("disconnects"))
+    {
+        return HeadsetDisconnects{headset};
+    }
+    if (line.Accept("sends event"))
+    {
+        return HeadsetEvent{headset, static_cast<std::int32_t>(line.NeedNumber("the event's type, a number,"))};
+    }
+    if (line.Accept("moves to"))
+    {
+        return HeadsetMoves{headset, line.NeedQuoted("the other device's name")};
+    }
+    line.Refuse("what the headset does (connects, disconnects, sends event, moves to; or its address, to declare it)");
+}
+
+std::optional<Action> ParseAction(TokenReader& line, const Names& names)
+{
+    if (line.Accept("service"))
+    {
+        return ParseService(line);
+    }
+    if (line.Accept("host"))
+    {
+        return ParseHost(line, names);
+    }
+    if (line.Accept("endpoint"))
+    {
+        return ParseEndpoint(line, names);
+    }
+    if (line.Accept("calls"))
+    {
+        return ParseCalls(line);
+    }
+    return line.Accept("call") ? std::optional(ParseCall(line)) : std::nullopt;
+}
+
+} // namespace sim::scenario

@@ -1,0 +1,36 @@
+#include "simulator/program/scenario/EventParser.h"
+
+namespace sim::scenario
+{
+
+namespace
+{
+
+constexpr std::string_view tellers[] = {"log3",  "log4",   "host", "ipc",     "service",
+                                        "audio", "notify", "tips", "strings", "scenario"};
+
+} // namespace
+
+std::optional<Event> AcceptEvent(TokenReader& line, const Names& names)
+{
+    for (const std::string_view who : tellers)
+    {
+        if (line.Accept(who))
+        {
+            return Event{std::string(who), names.WithKeys(line.QuotedOr("*"))};
+        }
+    }
+    return std::nullopt;
+}
+
+Event NeedEvent(TokenReader& line, const Names& names)
+{
+    std::optional<Event> event = AcceptEvent(line, names);
+    if (!event)
+    {
+        line.Refuse("who tells the event (log3, log4, host, ipc, service, audio, notify, tips, strings, scenario)");
+    }
+    return *event;
+}
+
+} // namespace sim::scenario

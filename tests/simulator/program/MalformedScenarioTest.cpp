@@ -1,0 +1,110 @@
+#include "simulator/program/scenario/Scenario.h"
+
+#include <gtest/gtest.h>
+
+namespace sim::scenario
+{
+
+namespace
+{
+
+constexpr std::string_view declarations = "speaker \"Speakers\"\n"
+                                          "headset \"Buds\" address 0A1B2C3D4E5F\n";
+
+struct Malformed
+{
+    const char* line;
+    const char* message;
+};
+
+class MalformedScenario : public testing::TestWithParam<Malformed>
+{
+};
+
+} // namespace
+
+TEST_P(MalformedScenario, IsRefusedWithAMessageThatSaysWhy)
+{
+    const Scenario scenario = ParseScenario(std::string(declarations) + GetParam().line);
+    ASSERT_EQ(scenario.complaints.size(), 1U) << GetParam().line;
+    EXPECT_EQ(scenario.complaints[0].line, 3U);
+    EXPECT_EQ(scenario.complaints[0].message, GetParam().message);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, MalformedScenario,
+    testing::Values(
+        Malformed{"dance", "expected a statement (speaker, microphone, headset, service, host, endpoint, call, calls, "
+                           "after, wait or expect) but there is \"dance\""},
+        Malformed{"service", "expected what the service does (starts, stops) where the line ends"},
+        Malformed{"service sleeps", "expected what the service does (starts, stops) but there is \"sleeps\""},
+        Malformed{"service starts now", "expected the end of the line but there is \"now\""},
+        Malformed{"host enables", "expected the headset's name in quotes where the line ends"},
+        Malformed{"host enables Buds", "expected the headset's name in quotes but there is \"Buds\""},
+        Malformed{"host enables \"Bads\"", "no headset \"Bads\" has been declared above"},
+        Malformed{"headset \"Bads\" connects", "no headset \"Bads\" has been declared above"},
+        Malformed{"headset \"Buds\" sings",
+                  "expected what the headset does (connects, disconnects, sends event, moves to; or its address, to "
+                  "declare it) but there is \"sings\""},
+        Malformed{"headset \"Buds\" connects with endpoints after \"x\"",
+                  "expected a time of at most an hour, such as 200ms or 1.5s, but there is the text \"x\""},
+        Malformed{"headset \"Buds\" sends event -1", "expected the event's type, a number, but there is \"-1\""},
+        Malformed{"headset \"Buds\" address 0A1B2C3D4E50", "there is a headset \"Buds\" already"},
+        Malformed{"headset \"Pods\" address 0A1B2C3D4E5F", "there is a headset of that address already"},
+        Malformed{"headset \"Pods\" address 0A1B2C",
+                  "\"0A1B2C\" is no Bluetooth address: it has to be 12 hexadecimal digits"},
+        Malformed{"headset \"Pods\" address 0A1B2C3D4E5G",
+                  "\"0A1B2C3D4E5G\" is no Bluetooth address: it has to be 12 hexadecimal digits"},
+        Malformed{"microphone \"Speakers\"", "there is an endpoint \"Speakers\" already"},
+        Malformed{"speaker \"Boxes", "the quoted text does not end: \"Boxes"},
+        Malformed{"endpoint \"Buds\" becomes active",
+                  "there is no endpoint \"Buds\"; so far there are \"Buds hands-free\", \"Buds microphone\", "
+                  "\"Buds stereo\", \"Speakers\""},
+        Malformed{"endpoint \"Buds stereo\" becomes loud",
+                  "expected the endpoint's state (active, disabled, not present, unplugged) but there is \"loud\""},
+        Malformed{"endpoint \"Buds stereo\" becomes default",
+                  "expected the role (console, multimedia, communications) where the line ends"},
+        Malformed{"call 0 of \"X\" fails", "calls are counted from 1"},
+        Malformed{"call x of \"X\" fails", "expected the call's number, 1 for the next one, but there is \"x\""},
+        Malformed{"calls of \"X\" fail with 5", "\"5\" is no result: it has to be 0x and up to 8 hexadecimal digits"},
+        Malformed{"calls of \"X\" fail with 0x", "\"0x\" is no result: it has to be 0x and up to 8 hexadecimal digits"},
+        Malformed{"after 1s service starts", "expected \":\" but there is \"service\""},
+        Malformed{"after soon: service starts",
+                  "expected who tells the event (log3, log4, host, ipc, service, audio, notify, tips, strings, "
+                  "scenario) but there is \"soon\""},
+        Malformed{"after 1s: wait 1s",
+                  "expected an action (service, host, headset, endpoint, call or calls) but there is \"wait\""},
+        Malformed{"wait", "expected a time of at most an hour, such as 200ms or 1.5s, where the line ends"},
+        Malformed{"wait 3", "expected a time of at most an hour, such as 200ms or 1.5s, but there is \"3\""},
+        Malformed{"wait -3s", "expected a time of at most an hour, such as 200ms or 1.5s, but there is \"-3s\""},
+        Malformed{"wait 3601s", "expected a time of at most an hour, such as 200ms or 1.5s, but there is \"3601s\""},
+        Malformed{"expect", "expected what is expected (an event, no, never, exactly, default, endpoint, state of or "
+                            "took) where the line ends"},
+        Malformed{"expect host \"A\" then", "expected who tells the event (log3, log4, host, ipc, service, audio, "
+                                            "notify, tips, strings, scenario) where the line ends"},
+        Malformed{"expect default console is \"Speakers\"",
+                  "expected the direction (render, capture) but there is \"is\""},
+        Malformed{"expect default console render is \"Boxes\"",
+                  "there is no endpoint \"Boxes\"; so far there are \"Buds hands-free\", \"Buds microphone\", "
+                  "\"Buds stereo\", \"Speakers\""},
+        Malformed{"expect state of \"Buds\" is on", "expected the state, a number but there is \"on\""},
+        Malformed{"expect took 3s to 2s", "the longest time is less than the shortest one"},
+        Malformed{"expect exactly host \"A\"", "expected how many but there is \"host\""}));
+
+TEST(Scenario, TellsEveryLineThatIsWrong)
+{
+    const Scenario scenario = ParseScenario("service sleeps\nservice starts\nwait\n");
+    ASSERT_EQ(scenario.complaints.size(), 2U);
+    EXPECT_EQ(scenario.complaints[0].line, 1U);
+    EXPECT_EQ(scenario.complaints[1].line, 3U);
+    ASSERT_EQ(scenario.lines.size(), 1U);
+}
+
+TEST(Scenario, DeclaresNothingByALineThatIsWrong)
+{
+    const Scenario scenario = ParseScenario("headset \"Buds\" address 0A1B2C3D4E5F again\nheadset \"Buds\" connects\n");
+    ASSERT_EQ(scenario.complaints.size(), 2U);
+    EXPECT_EQ(scenario.complaints[1].message, "no headset \"Buds\" has been declared above");
+}
+
+} // namespace sim::scenario
