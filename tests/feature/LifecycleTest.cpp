@@ -1,0 +1,448 @@
+// The feature handler's start and end.
+#include "tests/feature/FeatureHandlerTest.h"
+
+#include "tests/support/Watchdog.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+namespace test
+{
+
+namespace
+{
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::Not;
+
+/// Waits until a posted task has begun. A post may find the loop on the way to its sleep, and is then not noticed before
+/// the next one: that is intended.
+void AwaitTask(TaskLoop& loop, std::promise<void>& begun)
+{
+    const std::future<void> future = begun.get_future();
+    while (future.wait_for(10ms) != std::future_status::ready)
+    {
+        loop.PostTask([] {});
+    }
+}
+
+class Lifecycle : public FeatureHandlerTest
+{
+protected:
+    /// The story of the thread that calls Init and UnInit.
+    static std::vector<std::string> All()
+    {
+        return Story({"log3", "log4", "audio", "host", "ipc", "test"}, GetCurrentThreadId());
+    }
+
+    void StartService() { service = std::make_unique<sim::ConnectivityService>(sim::HostControl::Instance().IpcBus()); }
+
+    WatchedWaits waits{nullptr, {{3000, 20}, {500, 0}, {100, 0}, {10000, 60000}}};
+    Watchdog watchdog{50s};
+};
+
+/// A service that answers is awaited as long as it needs.
+class LifecycleWithService : public FeatureHandlerTest
+{
+protected:
+    LifecycleWithService()
+    {
+        service = std::make_unique<sim::ConnectivityService>(sim::HostControl::Instance().IpcBus());
+    }
+
+    WatchedWaits waits{nullptr, {{3000, 20000}, {500, 0}, {100, 0}, {10000, 60000}}};
+    Watchdog watchdog{50s};
+};
+
+TEST_F(LifecycleWithService, InitDoesItsStepsInOrder)
+{
+    EXPECT_TRUE(handler->Init());
+    EXPECT_THAT(Story({"log3", "log4", "audio", "host", "ipc", "test"}, GetCurrentThreadId()),
+                ElementsAreArray({
+                    Line("Init", "HeadsetAudioFeatureHandler::InitIpcClient() start"),
+                    Line("Init", "HeadsetAudioFeatureHandler::InitIpcClient() end"),
+                    std::string("audio CoCreateInstance MMDeviceEnumerator -> 0x00000000"),
+                    std::string("audio RegisterEndpointNotificationCallback -> 0x00000000"),
+                    std::string("audio CoCreateInstance MMDeviceEnumerator -> 0x00000000"),
+                    std::string("log3 GetDefaultEndpointName: start (HeadFeatureConnect::GetDefaultEndPointName)"),
+                    std::string("audio CoCreateInstance MMDeviceEnumerator -> 0x00000000"),
+                    std::string("ipc IpcProxy 12144177"),
+                    std::string("ipc RegisterMessageCallback 12144177 10617840"),
+                    std::string("ipc RegisterMessageCallback 12144177 10617844"),
+                    std::string("ipc RegisterMessageCallback 12144177 10617848"),
+                    std::string("ipc RegisterPublishMessageCallback 12144177"),
+                    std::string("ipc SubscribeIPCMessage 12144177 10616832 10617832"),
+                    std::string("ipc SubscribeIPCMessage 12144177 10616832 10617833"),
+                    Line("Init", "CreateEvent. ret=1", "log4"),
+                    std::string(R"(ipc PostMsg 12144177 10617832 10616832 "HeadsetAdapterPlugin")"),
+                    std::string(R"(ipc PostMsg 12144177 10617834 10616832 "")"),
+                    std::string("test Wait 3000"),
+                    Line("Init", "HeadsetAudioFeatureHandler, serverWorking=1"),
+                }));
+    EXPECT_EQ(Field(VolumeLoop{})->GetName().substr(0, 23), "HeadsetVolumeTimerTask@");
+    EXPECT_TRUE(Field(VolumeLoop{})->IsRunning());
+    EXPECT_THAT(sim::HostControl::Instance().Providers(), IsEmpty()); // the plug-in registers it
+}
+
+TEST_F(LifecycleWithService, SecondInitRegistersForNotificationsNoMore)
+{
+    EXPECT_TRUE(handler->Init());
+    ClearTimeline();
+    EXPECT_TRUE(handler->Init());
+    EXPECT_EQ(sim::AudioService::Instance().RegisteredClients(), 1U);
+    const std::vector<std::string> all = Story({"log4", "audio"}, GetCurrentThreadId());
+    // Neither is the event made a second time.
+    EXPECT_THAT(all, ElementsAre("audio CoCreateInstance MMDeviceEnumerator -> 0x00000000",
+                                 "audio CoCreateInstance MMDeviceEnumerator -> 0x00000000"));
+}
+
+TEST_F(LifecycleWithService, SecondInitReplacesTheProxyAndTheLoop)
+{
+    EXPECT_TRUE(handler->Init());
+    const TaskLoop* const loop = Field(VolumeLoop{}).get();
+    ClearTimeline();
+    EXPECT_TRUE(handler->Init());
+    EXPECT_NE(Field(VolumeLoop{}).get(), loop);
+    EXPECT_TRUE(Field(VolumeLoop{})->IsRunning());
+    EXPECT_THAT(Story({"ipc"}), Contains("ipc ~IpcProxy 12144177"));
+}
+
+TEST_F(LifecycleWithService, SecondInitKeepsTheOneWorker)
+{
+    handler->Init();
+    handler->Init();
+    handler->DisableFeature(Device(mac));
+    ASSERT_TRUE(WaitFor("test", "Wait 10000"));
+    handler->ReleaseCoopTask(mac, 0);
+    ASSERT_TRUE(WaitFor("log3", Text("CooperateThreadFunc", "Download wait...0"), 2));
+    EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text("CooperateThreadFunc", "CooperateThreadFunc thread")), 1U);
+}
+
+TEST_F(LifecycleWithService, InitAfterUnInitServesAgain)
+{
+    EXPECT_TRUE(handler->Init());
+    handler->UnInit();
+    EXPECT_TRUE(handler->Init());
+    ClearTimeline();
+    handler->DisableFeature(Device(mac));
+    ASSERT_TRUE(WaitFor("test", "Wait 10000"));
+    handler->ReleaseCoopTask(mac, 0);
+    ASSERT_TRUE(WaitFor("log3", Text("CooperateThreadFunc", "Download wait...0")));
+    service->SendConnectState(10617840, 12, {"id", mac, "", "", "", "", ""});
+    EXPECT_TRUE(WaitFor("log3", Text("OnRecvDeviceConnectStateUpdate", "evType=12")));
+    std::promise<void> ran;
+    Field(VolumeLoop{})->PostTask([&] { ran.set_value(); });
+    AwaitTask(*Field(VolumeLoop{}), ran);
+}
+
+TEST_F(LifecycleWithService, UnInitDoesItsStepsInOrder)
+{
+    handler->Init();
+    ClearTimeline();
+    EXPECT_TRUE(handler->UnInit());
+    EXPECT_THAT(Story({"log3", "log4", "audio", "host", "ipc", "test"}, GetCurrentThreadId()),
+                ElementsAre("host UnRegistProvider 3|9",
+                            R"(ipc PostMsg 12144177 10617833 10616832 "HeadsetAdapterPlugin")",
+                            "ipc UnRegisterMessageCallbackAll 12144177"));
+    EXPECT_FALSE(Field(ServerReady{}).Wait(0).has_value());
+    EXPECT_FALSE(Field(VolumeLoop{})->IsRunning());
+    EXPECT_EQ(sim::AudioService::Instance().RegisteredClients(), 1U); // the notifications stay, on purpose
+}
+
+TEST_F(LifecycleWithService, SecondUnInitDoesNoHarm)
+{
+    handler->Init();
+    EXPECT_TRUE(handler->UnInit());
+    ClearTimeline();
+    EXPECT_TRUE(handler->UnInit());
+    EXPECT_THAT(Story({"log3", "log4", "host", "ipc"}, GetCurrentThreadId()),
+                ElementsAre("host UnRegistProvider 3|9",
+                            R"(ipc PostMsg 12144177 10617833 10616832 "HeadsetAdapterPlugin")",
+                            "ipc UnRegisterMessageCallbackAll 12144177"));
+}
+
+TEST_F(LifecycleWithService, UnInitDropsThePendingVolumeTask)
+{
+    handler->Init();
+    std::atomic<bool> ran = false;
+    Field(VolumeTaskId{}) = Field(VolumeLoop{})->PostDelayedTask(1000000000ULL * 3600, [&] { ran = true; });
+    handler->UnInit();
+    EXPECT_EQ(Field(VolumeTaskId{}), 0U);
+    EXPECT_FALSE(ran);
+}
+
+TEST_F(LifecycleWithService, MessagesReachTheHandlerUntilUnInit)
+{
+    handler->Init();
+    const sim::Headset headset{"id", mac, "", "", "", "", ""};
+    service->SendConnectState(10617840, 3, headset);
+    EXPECT_TRUE(WaitFor("log3", Text("OnRecvDeviceConnectStateUpdate", "evType=3")));
+    service->SendConnectState(10617844, 4, headset);
+    EXPECT_TRUE(WaitFor("log3", Text("OnRecvDeviceConnectStateUpdate", "evType=4")));
+    service->SendDeviceChange(1, "to", "from", mac);
+    EXPECT_TRUE(WaitFor("log3", Text("OnRecvDeviceChange", "SwitchEvType=1")));
+    service->Publish(10616832, 10617833);
+    EXPECT_TRUE(WaitFor("log3", Text("OnRecvServerStateChanged", "msg.messageId=10617833,serverWorking=1")));
+    handler->UnInit();
+    ClearTimeline();
+    service->SendConnectState(10617840, 3, headset);
+    service->Publish(10616832, 10617833);
+    EXPECT_FALSE(sim::Timeline::Instance().WaitForCount(
+        [](const sim::TimelineEntry& entry) { return entry.who.starts_with("log"); }, 1, 300ms));
+}
+
+TEST_F(LifecycleWithService, HandlerThatNobodySharesIsServedAsWell)
+{
+    auto* const unshared = new HeadsetAudioFeatureHandler(); // never deleted: its worker waits for work for ever
+    EXPECT_TRUE(unshared->Init());                           // the announcement came through its callback
+    sim::AudioService::Instance().AddEndpoint({.label = "speaker"});
+    EXPECT_TRUE(WaitFor("log3", Text("DeviceStateChanged", "DeviceStateChanged -- end: ")));
+    unshared->DisableFeature(Device(mac));
+    EXPECT_TRUE(WaitFor("test", "Wait 10000"));
+    unshared->UnInit();
+}
+
+TEST_F(LifecycleWithService, WorkerKeepsTheHandlerAndCallbacksDoNot)
+{
+    handler->Init();
+    const std::weak_ptr<VynCore::IProvider> weak = handler;
+    handler->DisableFeature(Device(mac));
+    ASSERT_TRUE(WaitFor("test", "Wait 10000"));
+    handler->UnInit();
+    ASSERT_TRUE(WaitFor("log3", Text("CooperateThreadFunc", "UIRecvDownloadThreadFunc stop")));
+    handler.reset();
+    // The worker gives its share back when its thread ends; the notification client's callback holds none.
+    ASSERT_TRUE(WaitFor("ipc", "~IpcProxy 12144177"));
+    EXPECT_TRUE(weak.expired());
+    ClearTimeline();
+    sim::AudioService::Instance().AddEndpoint({.label = "speaker"});
+    ASSERT_TRUE(sim::AudioService::Instance().WaitForIdle(20s));
+    EXPECT_THAT(Story({"log3"}), Contains("log3 OnDeviceStateChanged -- End(CMMNotificationClient::"
+                                          "OnDeviceStateChanged)"));
+    EXPECT_THAT(Story({"log3"}), Not(Contains(Line("DeviceStateChanged", "DeviceStateChanged -- end: "))));
+}
+
+TEST_F(LifecycleWithService, WorkerThatWaitsForWorkKeepsTheHandler)
+{
+    handler->Init();
+    handler->UnInit();
+    const std::weak_ptr<VynCore::IProvider> weak = handler;
+    handler.reset();
+    EXPECT_FALSE(weak.expired());
+}
+
+TEST_F(Lifecycle, InitWithoutServiceKeepsWhatItHasSetUp)
+{
+    EXPECT_FALSE(handler->Init());
+    const std::vector<std::string> all = All();
+    ASSERT_GE(all.size(), 3U);
+    EXPECT_THAT(std::vector<std::string>(all.end() - 3, all.end()),
+                ElementsAre("test Wait 3000", Line("Init", "HeadsetAudioFeatureHandler, serverWorking=0"),
+                            Line("Init", "wait failed: 258")));
+    StartService();
+    EXPECT_TRUE(WaitFor("log3", Text("OnRecvServerStateChanged", "msg.messageId=10617832,serverWorking=0")));
+    EXPECT_TRUE(WaitFor("log3", Text("AmbrelServerInitSuccess", "AmbrelServerInitSuccess End")));
+    EXPECT_TRUE(Field(ServerWorking{}));
+    handler->DisableFeature(Device(mac));
+    EXPECT_TRUE(WaitFor("test", "Wait 10000"));
+}
+
+TEST_F(FeatureHandlerTest, InitWaitsThreeSecondsForTheService)
+{
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(handler->Init());
+    const auto passed = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(passed, 3s);
+    EXPECT_LT(passed, 20s);
+}
+
+TEST_F(Lifecycle, StoppedAnnouncementEndsTheWaitToo)
+{
+    service = std::make_unique<sim::ConnectivityService>(sim::HostControl::Instance().IpcBus(),
+                                                         sim::ServiceOptions{.silent = true});
+    service->SetObserver(
+        [&](const sim::ServicePost& post)
+        {
+            if (post.messageId == 10617834)
+            {
+                service->Publish(10616832, 10617833);
+            }
+        });
+    waits.SetHook([&](DWORD length) { EXPECT_TRUE(length != 3000 || WaitFor("ipc", "delivered 12144177 10617833")); });
+    EXPECT_FALSE(handler->Init());
+    EXPECT_THAT(All(), Not(Contains(Line("Init", "wait failed: 258"))));
+    EXPECT_THAT(All(), Contains(Line("Init", "HeadsetAudioFeatureHandler, serverWorking=0")));
+}
+
+TEST_F(Lifecycle, InitWithoutAProxyEndsThere)
+{
+    sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 0, -1);
+    EXPECT_FALSE(handler->Init());
+    EXPECT_EQ(All().back(), "ipc IpcProxy 12144177");
+    EXPECT_FALSE(Field(ServerReady{}).Wait(0).has_value());
+    EXPECT_TRUE(Field(VolumeLoop{})->IsRunning());
+    ClearTimeline();
+    EXPECT_TRUE(handler->UnInit());
+    EXPECT_THAT(All(), ElementsAre("host UnRegistProvider 3|9"));
+}
+
+TEST_F(Lifecycle, ClientThatIsMissingIsLeftOut)
+{
+    sim::FaultPlan::Instance().FailCall("IpcProxy::GetIpcClient", 0, -1);
+    EXPECT_FALSE(handler->Init());
+    EXPECT_THAT(Story({"ipc", "log4"}, GetCurrentThreadId()),
+                ElementsAre("ipc IpcProxy 12144177", Line("Init", "CreateEvent. ret=1", "log4"),
+                            R"(ipc PostMsg 12144177 10617832 10616832 "HeadsetAdapterPlugin")",
+                            R"(ipc PostMsg 12144177 10617834 10616832 "")"));
+    ClearTimeline();
+    EXPECT_TRUE(handler->UnInit());
+    EXPECT_THAT(All(), ElementsAre("host UnRegistProvider 3|9",
+                                   R"(ipc PostMsg 12144177 10617833 10616832 "HeadsetAdapterPlugin")"));
+}
+
+TEST_F(Lifecycle, SubscriptionThatFailsIsNotNoticed)
+{
+    sim::FaultPlan::Instance().FailCall("IPCMessageClient::SubscribeIPCMessage", 0, -1);
+    EXPECT_FALSE(handler->Init());
+    EXPECT_THAT(All(), Contains(R"(ipc PostMsg 12144177 10617834 10616832 "")"));
+}
+
+TEST_F(Lifecycle, InitWithoutTheAudioServiceGoesOn)
+{
+    sim::FaultPlan::Instance().FailAll("CoCreateInstance", E_FAIL);
+    EXPECT_FALSE(handler->Init());
+    const std::vector<std::string> log = Story({"log3", "log4"}, GetCurrentThreadId());
+    ASSERT_GE(log.size(), 6U);
+    EXPECT_THAT(std::vector<std::string>(log.begin(), log.begin() + 6),
+                ElementsAre(Line("Init", "HeadsetAudioFeatureHandler::InitIpcClient() start"),
+                            Line("Init", "HeadsetAudioFeatureHandler::InitIpcClient() end"),
+                            "log4 GetDeviceCount pEnum is null(CMMNotificationClient::Initialize)",
+                            "log4 pEnumerator nullptr;hr-2147467259(HeadFeatureConnect::GetEndPointNameList)",
+                            "log3 GetDefaultEndpointName: start (HeadFeatureConnect::GetDefaultEndPointName)",
+                            Line("Init", "CreateEvent. ret=1", "log4")));
+    EXPECT_EQ(sim::AudioService::Instance().RegisteredClients(), 0U);
+    sim::FaultPlan::Instance().Clear();
+    handler->Init(); // the next start makes up for it
+    EXPECT_EQ(sim::AudioService::Instance().RegisteredClients(), 1U);
+}
+
+TEST_F(Lifecycle, EventThatCannotBeMadeIsNotWaitedFor)
+{
+    const auto fail = +[](LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR) -> HANDLE
+    {
+        return nullptr;
+    };
+    const ImportPatch createEvent(nullptr, "KERNEL32.dll", "CreateEventW", fail);
+    EXPECT_FALSE(handler->Init());
+    const std::vector<std::string> all = All();
+    EXPECT_THAT(all, Contains(Line("Init", "CreateEvent. ret=0", "log4")));
+    EXPECT_THAT(all, Not(Contains("test Wait 3000")));
+    EXPECT_EQ(all.back(), Line("Init", "wait failed: 4294967295"));
+}
+
+TEST_F(Lifecycle, UnInitWithoutInitOnlyUnregisters)
+{
+    Queue(mac, 3);
+    SetPending(mac, 3);
+    EXPECT_TRUE(handler->UnInit());
+    EXPECT_THAT(All(), ElementsAre("host UnRegistProvider 3|9"));
+    EXPECT_THAT(Queued(), IsEmpty());
+    EXPECT_EQ(Field(PendingMac{}), "");
+    EXPECT_EQ(Field(PendingKind{}), 0U);
+    EXPECT_FALSE(Field(PendingEvent{}));
+}
+
+TEST_F(Lifecycle, OperationsBeforeInitAreKeptForTheWorker)
+{
+    EXPECT_EQ(handler->GetFeatureState(mac).state, 0);
+    EXPECT_EQ(handler->EnableFeature(Device(mac)), 0);
+    EXPECT_EQ(handler->DisableFeature(Device(mac)), 0);
+    EXPECT_THAT(Queued(), ElementsAre("11111822610015 3", "11111822610015 0"));
+    handler->Init();
+    ASSERT_TRUE(WaitFor("log3", Text("CooperateThreadFunc", "Current Download end :**15"), 1)); // the enable fails
+    ASSERT_TRUE(WaitFor("log3", Text("SetDefaultPoint", "SetDefaultPoint Disable End 0")));
+}
+
+TEST_F(LifecycleWithService, OperationsAfterUnInitDoNoHarm)
+{
+    handler->Init();
+    handler->UnInit();
+    ClearTimeline();
+    EXPECT_EQ(handler->GetFeatureState(mac).state, 0);
+    EXPECT_EQ(handler->EnableFeature(Device("")), 3);
+    EXPECT_EQ(handler->DisableFeature(Device("")), 3);
+    EXPECT_EQ(handler->EnableFeature(Device(mac)), 0);
+    // The proxy is still there, hence the command is posted.
+    EXPECT_THAT(Story({"ipc"}, GetCurrentThreadId()),
+                ElementsAre(R"(ipc PostMsg 12144177 10617849 10616832 {"3","1","2","11111822610015"})"));
+    handler->DeviceStateChanged(L"unknown");
+    EXPECT_EQ(handler->GetKeyword(), "3|9");
+}
+
+/// A task that needs the volume mutex and is running when its loop is stopped.
+std::function<void()> TaskThatOutlivesItsStop(TaskLoop& loop, std::recursive_mutex& mutex, std::promise<void>& started,
+                                              std::atomic<bool>& ended)
+{
+    return [&]
+    {
+        started.set_value();
+        while (loop.IsRunning())
+        {
+            std::this_thread::yield();
+        }
+        const std::scoped_lock lock(mutex);
+        ended = true;
+    };
+}
+
+TEST_F(Lifecycle, UnInitLetsTheTaskAtHandHaveTheVolumeMutex)
+{
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    std::promise<void> started;
+    std::atomic<bool> ended = false;
+    TaskLoop& loop = *Field(VolumeLoop{});
+    loop.PostTask(TaskThatOutlivesItsStop(loop, Field(VolumeMutex{}), started, ended));
+    AwaitTask(loop, started);
+    handler->UnInit();
+    EXPECT_TRUE(ended);
+}
+
+TEST_F(Lifecycle, RepeatedStartLetsTheTaskAtHandHaveTheVolumeMutex)
+{
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    std::promise<void> started;
+    std::atomic<bool> ended = false;
+    TaskLoop& loop = *Field(VolumeLoop{});
+    loop.PostTask(TaskThatOutlivesItsStop(loop, Field(VolumeMutex{}), started, ended));
+    AwaitTask(loop, started);
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    EXPECT_TRUE(ended);
+}
+
+TEST_F(Lifecycle, DestructorStopsTheLoopBeforeAnyFieldGoes)
+{
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    std::promise<void> started;
+    std::atomic<bool> ended = false;
+    TaskLoop& loop = *Field(VolumeLoop{});
+    loop.PostTask(TaskThatOutlivesItsStop(loop, Field(VolumeMutex{}), started, ended));
+    AwaitTask(loop, started);
+    handler.reset();
+    EXPECT_TRUE(ended);
+}
+
+TEST_F(Lifecycle, HandlerThatWasNeverStartedGoesQuietly)
+{
+    handler.reset();
+    EXPECT_THAT(All(), IsEmpty());
+}
+
+} // namespace
+
+} // namespace test
