@@ -12,8 +12,9 @@ namespace VynCore
 /// - `OnDevConnStateChanged` runs on the reporting thread while the connecter holds its table's mutex. The host must
 ///   not call `NotifyConnStateChanged`, `ConnectDev` or another operation that reports a connection state from it, on
 ///   this or (waiting for it) on another thread.
-/// - `OnFeatureStateChanged` may run while the feature handler holds its endpoint locks. The host must not call any
-///   provider operation from it on the same thread, nor wait in it for another thread that does.
+/// - `OnFeatureStateChanged` may run while the feature handler holds its locks, those of the endpoints among them. The
+///   host must not call any provider operation from it, nor the plug-in's `Init` or `UnInit`, neither on the same thread
+///   nor on another one that it waits for.
 /// - `RegistProvider` and `UnRegistProvider` run with no lock held; the host may call the provider from them.
 class VYN_DEVICE_API VynProviderProxy
 {
