@@ -19,6 +19,4 @@ start_wine
 say "running $scenario"
 options=("$@")
 [ -t 1 ] || options+=(--plain)
-# Through a pipe, since Wine would take a terminal over.
-"$root/scripts/run-in-wine.sh" "$build/bin/simulator.exe" "$scenario" "${options[@]}" </dev/null | cat
-exit "${PIPESTATUS[0]}"
+"$root/scripts/run-in-wine.sh" --live "$build/bin/simulator.exe" "$scenario" "${options[@]}" </dev/null
