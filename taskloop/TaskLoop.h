@@ -4,7 +4,6 @@
 #include "taskloop/LoopTask.h"
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -101,7 +100,6 @@ private:
         std::optional<LoopTask> TakeFirst(std::uint64_t eventId);
     };
 
-    /// How far the loop's thread is.
     // The identity of a task is the time at which it was added; there is no counter. This is intended.
     template <typename Signal>
     std::uint64_t Post(bool isPeriodic, std::uint64_t delayNs, std::function<void()> callback, const Signal& signal)

@@ -209,6 +209,77 @@ TEST_F(ConnectorRequestsTest, ConnectDevDoesNotCountFailedItems)
     EXPECT_THAT(sim::Timeline::Instance().Texts("ipc"), ElementsAre("PostMsg 12144176 10617842 10616832 [0 bytes]"));
 }
 
+// The order of a connect request's steps: whether it counted as sent when the host and the service got it.
+HeadsetConnector* requesting = nullptr;
+std::vector<std::string> requestSteps;
+
+void NoteRequestStep(const std::string& step)
+{
+    const bool isSent = requesting->*MemberOf(ConnectorIsConnectDev{});
+    requestSteps.push_back(step + (isSent ? " 1" : " 0"));
+}
+
+bool NoteRequestPost(VynCore::IpcProxy*, std::int32_t messageId, std::int32_t, const char*, std::int32_t)
+{
+    NoteRequestStep("post " + std::to_string(messageId));
+    return true;
+}
+
+TEST_F(ConnectorRequestsTest, ConnectDevCountsAsSentOnlyAfterThePost)
+{
+    connector->Init();
+    requesting = connector.get();
+    requestSteps.clear();
+    sim::HostControl::Instance().SetConnStateHook([](const auto&, auto) { NoteRequestStep("report"); });
+    const ImportPatch post(nullptr, "VynDeviceSdk.dll", "_ZN7VynCore8IpcProxy7PostMsgEiiPKci", &NoteRequestPost);
+    connector->ConnectDev(TestDevice());
+    NoteRequestStep("end");
+    EXPECT_THAT(requestSteps, ElementsAre("report 0", "post 10617842 0", "end 1"));
+}
+
+TEST_F(ConnectorRequestsTest, ASecondConnectDevIsSentAgainButNotReportedAgain)
+{
+    connector->Init();
+    connector->ConnectDev(TestDevice());
+    sim::Timeline::Instance().Clear();
+    EXPECT_EQ(connector->ConnectDev(TestDevice()), 0);
+    EXPECT_THAT(
+        OwnEntries(),
+        ElementsAre("log3 NotifyConnStateChanged oldStatus=DEV_STATE_CONNECTING"
+                    "(HeadsetConnector::NotifyConnStateChanged)",
+                    "log3 NotifyConnStateChanged state=DEV_STATE_CONNECTING(HeadsetConnector::NotifyConnStateChanged)",
+                    "log3 NotifyConnStateChanged oldStatus == state(HeadsetConnector::NotifyConnStateChanged)",
+                    "log3 baseInfo.deviceMacAddr=**35 modelId:model subModelId:sub(HeadsetConnector::ConnectDev)",
+                    "ipc PostMsg 12144176 10617842 10616832 {\"ident\",\"246813579135\",\"model\",\"sub\"}"));
+}
+
+TEST_F(ConnectorRequestsTest, ThatTheServiceWorksSurvivesUnInitAndInit)
+{
+    connector->Init();
+    Announce(10617832);
+    connector->UnInit();
+    EXPECT_TRUE(Field<ConnectorServerWorking>());
+    sim::Timeline::Instance().Clear();
+    EXPECT_TRUE(connector->Init());
+    EXPECT_THAT(LogLines(), ElementsAre("4 CreateEvent. ret=1(HeadsetConnector::Init)",
+                                        "3 HeadsetConnector, serverWorking=1(HeadsetConnector::Init)",
+                                        "3 wait failed: 258(HeadsetConnector::Init)"));
+}
+
+TEST_F(ConnectorRequestsTest, ARepeatedInitThatGetsNoProxyFailsAndDropsTheOldOne)
+{
+    connector->Init();
+    Announce(10617832);
+    sim::Timeline::Instance().Clear();
+    sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 1, 1);
+    EXPECT_FALSE(connector->Init()); // although the service works
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc IpcProxy 12144176", "ipc ~IpcProxy 12144176"));
+    sim::Timeline::Instance().Clear();
+    connector->QueryConnectedDevAsync();
+    connector->UnInit();
+    EXPECT_THAT(sim::Timeline::Instance().Texts("ipc"), IsEmpty());
+}
+
 TEST_F(ConnectorRequestsTest, AQueryWaitsForTheServiceAndAsksNevertheless)
 {
     connector->Init();

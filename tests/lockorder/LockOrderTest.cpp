@@ -1,4 +1,5 @@
 // The module's lock order, by the names of its locks.
+#include "audio/CMMNotificationClient.h"
 #include "audio/ModuleEndpoints.h"
 #include "connector/HeadsetConnector.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 
@@ -19,9 +21,16 @@ EXPOSE_PRIVATE(DeviceChangeMutex, &HeadsetAudioFeatureHandler::deviceChangeMutex
 EXPOSE_PRIVATE(FeatureStateMutex, &HeadsetAudioFeatureHandler::featureStateMutex);
 EXPOSE_PRIVATE(ProxyMutex, &HeadsetAudioFeatureHandler::proxyMutex);
 EXPOSE_PRIVATE(VolumeMutex, &HeadsetAudioFeatureHandler::volumeMutex);
+EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
 EXPOSE_PRIVATE(VolumeTaskLoop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
 EXPOSE_PRIVATE(QueueMutex, &TaskLoop::queueMutex);
 EXPOSE_PRIVATE(WaitMutex, &TaskLoop::waitMutex);
+EXPOSE_PRIVATE(NameMutex, &TaskLoop::nameMutex);
+EXPOSE_PRIVATE(HandlerServerReady, &HeadsetAudioFeatureHandler::serverReadyEvent);
+EXPOSE_PRIVATE(ConnecterServerReady, &HeadsetConnector::serverReadyEvent);
+EXPOSE_PRIVATE(ConnecterProxyMutex, &HeadsetConnector::proxyMutex);
+EXPOSE_PRIVATE(ServerReadyMutex, &ServerReadyEvent::mutex_);
+EXPOSE_PRIVATE(CallbackMutex, &CMMNotificationClient::callbackMutex_);
 EXPOSE_PRIVATE(DevStatsMutex, &HeadsetConnector::devStatsMutex);
 EXPOSE_PRIVATE(StatesMutex, &HeadsetConnector::statesMutex);
 
@@ -47,6 +56,12 @@ protected:
         Name(test::ProxyMutex{}, "proxyMutex", 9);
         watch.Name((*connecter).*MemberOf(test::DevStatsMutex{}), "devStatsMutex", 8);
         watch.Name((*connecter).*MemberOf(test::StatesMutex{}), "statesMutex", 9);
+        watch.Name((*connecter).*MemberOf(test::ConnecterProxyMutex{}), "connecter's proxyMutex", 9);
+        watch.Name((*connecter).*MemberOf(test::ConnecterServerReady{}).*MemberOf(test::ServerReadyMutex{}),
+                   "connecter's serverReadyEvent", 9);
+        watch.Name((*handler).*MemberOf(test::HandlerServerReady{}).*MemberOf(test::ServerReadyMutex{}),
+                   "handler's serverReadyEvent", 9);
+        watch.Name(CMMNotificationClient::Instance().*MemberOf(test::CallbackMutex{}), "callbackMutex", 9);
     }
 
     template <typename Tag> void Name(Tag tag, const char* name, int rank)
@@ -59,6 +74,17 @@ protected:
         TaskLoop& loop = *((*handler).*MemberOf(test::VolumeTaskLoop{}));
         watch.Name(loop.*MemberOf(test::QueueMutex{}), "queueMutex", 9);
         watch.Name(loop.*MemberOf(test::WaitMutex{}), "waitMutex", 9);
+        watch.Name(loop.*MemberOf(test::NameMutex{}), "nameMutex", 10); // the one leaf that is taken under another
+    }
+
+    /// As a switch does that will put the volume back later.
+    void LeaveAVolumeTaskPending()
+    {
+        TaskLoop& loop = *((*handler).*MemberOf(test::VolumeTaskLoop{}));
+        // Added without the volume's lock, so that only the module takes the queue's under that.
+        const std::uint64_t taskId = loop.PostDelayedTask(3'600'000'000'000, [] {});
+        const std::scoped_lock lock((*handler).*MemberOf(test::VolumeMutex{}));
+        (*handler).*MemberOf(test::VolumeTaskId{}) = taskId;
     }
 
     test::Watchdog watchdog{std::chrono::seconds(50)};
@@ -76,6 +102,7 @@ TEST_F(LockOrder, HoldsThroughADay)
     day.Run(*connecter, *handler);
     EXPECT_TRUE(handler->Init());
     NameLoop();
+    LeaveAVolumeTaskPending();
     EXPECT_TRUE(handler->UnInit());
     connecter->UnInit();
 
@@ -84,6 +111,8 @@ TEST_F(LockOrder, HoldsThroughADay)
     EXPECT_TRUE(watch.Saw("defaultSetMutex", "endpointMutex"));
     EXPECT_TRUE(watch.Saw("deviceChangeMutex", "defaultSetMutex"));
     EXPECT_TRUE(watch.Saw("featureStateMutex", "defaultSetMutex"));
+    EXPECT_TRUE(watch.Saw("volumeMutex", "queueMutex"));
+    EXPECT_TRUE(watch.Saw("queueMutex", "nameMutex"));
 }
 
 TEST_F(LockOrder, IsSeenWhenItIsBroken)

@@ -340,6 +340,35 @@ TEST(TaskLoopDeathTest, AnExceptionOfATaskEndsTheProcess)
         "");
 }
 
+// After a stop on its own thread the loop counts as stopped, and its thread was never joined.
+TEST(TaskLoopDeathTest, ADestructorThatFindsItsThreadJoinableEndsTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            auto loop = std::make_unique<TaskLoop>("Joinable");
+            std::promise<void> refused;
+            loop->PostTask(
+                [&]
+                {
+                    try
+                    {
+                        loop->StopLoop();
+                    }
+                    catch (const std::system_error&)
+                    {
+                        refused.set_value();
+                    }
+                });
+            loop->StartLoop(true);
+            if (refused.get_future().wait_for(generousLimit) == std::future_status::ready)
+            {
+                loop.reset();
+            }
+        },
+        "terminate called without an active exception");
+}
+
 } // namespace
 
 } // namespace test

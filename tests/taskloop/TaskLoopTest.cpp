@@ -133,16 +133,6 @@ TEST(TaskLoop, NeverRunsADelayedTaskEarly)
     EXPECT_GE(result.get(), id + 50 * millisecondNs);
 }
 
-TEST(TaskLoop, APostedTaskWakesTheSleepingLoop)
-{
-    std::promise<void> ran;
-    const auto future = ran.get_future();
-    TaskLoop loop("Wake");
-    loop.StartLoop(true);
-    ASSERT_NE(loop.PostTask([&] { ran.set_value(); }), 0U);
-    EXPECT_TRUE(WakeUntilReady(loop, future));
-}
-
 TEST(TaskLoop, ASoonerTaskWakesALoopThatSleepsTowardsALaterOne)
 {
     std::atomic<bool> ran{false};
