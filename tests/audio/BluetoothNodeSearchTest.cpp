@@ -6,6 +6,7 @@
 #include "tests/support/LogLines.h"
 
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -216,6 +217,11 @@ struct SizeAnswer
     const char* key;
     const char* firstLine;
 };
+
+void PrintTo(const SizeAnswer& answer, std::ostream* stream)
+{
+    *stream << answer.name;
+}
 
 class SizeAnswerTest : public BluetoothNodeSearchTest, public testing::WithParamInterface<SizeAnswer>
 {

@@ -70,6 +70,12 @@ TEST_F(ClientObjectTest, HasNoOtherInterface)
                                               "3 QueryInterface is  NULL(CMMNotificationClient::QueryInterface)"));
 }
 
+TEST_F(ClientObjectTest, ANullPlaceForTheInterfaceIsRefused)
+{
+    EXPECT_EQ(client.QueryInterface(unknownInterface, nullptr), E_POINTER);
+    EXPECT_EQ(References(client), 1U);
+}
+
 TEST_F(ClientObjectTest, CountsReferencesAndLogsNothing)
 {
     EXPECT_EQ(client.AddRef(), 2U);

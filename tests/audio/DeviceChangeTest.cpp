@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <stdexcept>
 #include <thread>
 
@@ -209,6 +210,11 @@ struct KnownState
     const char* name;
 };
 
+void PrintTo(const KnownState& state, std::ostream* stream)
+{
+    *stream << state.name;
+}
+
 class KnownStateTest : public DeviceChangeTest, public testing::WithParamInterface<KnownState>
 {
 };
@@ -261,6 +267,26 @@ TEST_F(DeviceChangeTest, AStateChangeAnswersSuccessWhateverTheCallbackRaises)
     EXPECT_EQ(client.OnDeviceStateChanged(speaker.c_str(), DEVICE_STATE_ACTIVE), S_OK);
     EXPECT_TRUE(test::IsDefaultSetLockFree());
     EXPECT_TRUE(test::IsEndpointLockFree());
+}
+
+TEST_F(DeviceChangeTest, ADefaultChangeAnswersSuccessWhateverTheCallbackRaises)
+{
+    CMMNotificationClient::SetDeviceChangeCallback([](const std::wstring&, const std::string&)
+                                                   { throw std::runtime_error("raised"); });
+    EXPECT_EQ(client.OnDefaultDeviceChanged(eRender, eMultimedia, speaker.c_str()), S_OK);
+    EXPECT_TRUE(test::IsDefaultSetLockFree());
+    EXPECT_TRUE(test::IsEndpointLockFree());
+}
+
+TEST_F(DeviceChangeTest, TheCallbackThatIsSetWhenTheRefreshIsDoneIsCalled)
+{
+    CMMNotificationClient::SetDeviceChangeCallback([](const std::wstring&, const std::string&) { ADD_FAILURE(); });
+    AtAudioCall("CoCreateInstance", [this] { SetRecordingCallback(); });
+    client.OnDeviceStateChanged(speaker.c_str(), DEVICE_STATE_ACTIVE);
+    EXPECT_THAT(Calls(), SizeIs(1));
+    CMMNotificationClient::SetDeviceChangeCallback([](const std::wstring&, const std::string&) { ADD_FAILURE(); });
+    client.OnDefaultDeviceChanged(eRender, eMultimedia, speaker.c_str());
+    EXPECT_THAT(Calls(), SizeIs(2));
 }
 
 // --- locks and failures ---

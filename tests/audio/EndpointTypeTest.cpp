@@ -4,6 +4,7 @@
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/FakeDevices.h"
 
+#include <ostream>
 #include <string>
 
 namespace
@@ -111,6 +112,11 @@ struct FlowAndName
     const wchar_t* friendlyName;
     std::uint32_t type;
 };
+
+void PrintTo(const FlowAndName& endpoint, std::ostream* stream)
+{
+    *stream << endpoint.name;
+}
 
 class FlowAndNameTest : public EndpointTypeTest, public testing::WithParamInterface<FlowAndName>
 {

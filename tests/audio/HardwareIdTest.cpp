@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <ostream>
 #include <string>
 
 namespace
@@ -21,6 +22,11 @@ struct HardwareId
     const char* key; // "before" when it must be left as it is
     const char* logLine;
 };
+
+void PrintTo(const HardwareId& hardwareId, std::ostream* stream)
+{
+    *stream << hardwareId.name;
+}
 
 class HardwareIdTest : public testing::TestWithParam<HardwareId>
 {

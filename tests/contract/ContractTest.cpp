@@ -62,6 +62,17 @@ void ContractTest::StartPlugin()
     plugin.emplace(module);
     ASSERT_NE(plugin->Get(), nullptr);
     EXPECT_FALSE((*plugin)->Init());
+    if (service)
+    {
+        ASSERT_TRUE(service->WaitForPost(10617834, 2, longWait));
+    }
+}
+
+void ContractTest::InitAgain()
+{
+    const std::size_t queries = service->Posts(10617834).size();
+    EXPECT_FALSE((*plugin)->Init());
+    ASSERT_TRUE(service->WaitForPost(10617834, queries + 2, longWait));
 }
 
 void ContractTest::Start()
@@ -69,6 +80,9 @@ void ContractTest::Start()
     AddSpeaker();
     StartService();
     StartPlugin();
+    // The service answers each of a provider's two registrations.
+    ASSERT_TRUE(WaitFor("ipc", "delivered 12144176 10617832", 2));
+    ASSERT_TRUE(WaitFor("ipc", "delivered 12144177 10617832", 2));
     ASSERT_TRUE(WaitFor("log3", Text("CooperateThreadFunc", "Download wait...0")));
     ASSERT_TRUE(WaitForIdle());
     ClearTimeline();
@@ -110,6 +124,7 @@ void ContractTest::ConnectAndWait(const sim::Headset& of)
     ASSERT_TRUE(WaitForIdle());
     ClearTimeline();
     Tell(Event::connected, of);
+    ASSERT_TRUE(WaitFor("ipc", "delivered 12144176 10617840"));
     ASSERT_TRUE(WaitForTasks());
 }
 

@@ -49,6 +49,7 @@ namespace Event
 inline constexpr std::int32_t disconnected = 3;
 inline constexpr std::int32_t connected = 5;
 inline constexpr std::int32_t bluetoothConnected = 6;
+inline constexpr std::int32_t lost = 12;
 } // namespace Event
 
 /// The shipped module on a computer of its own, used as the host uses it. Its waits are short, but for those that a test
@@ -64,8 +65,11 @@ protected:
 
     void StartService(const sim::ServiceOptions& options = {});
 
-    /// Creates the plug-in object and starts it.
+    /// Creates the plug-in object, starts it, and waits until the service, if there is one, knows its clients.
     void StartPlugin();
+
+    /// Starts the plug-in object again, and waits until the service knows its new clients.
+    void InitAgain();
 
     /// All of it, with a speaker.
     void Start();
@@ -77,8 +81,9 @@ protected:
     void AddHeadset(sim::HeadsetOptions options = {.address = address});
     void AddOtherHeadset();
 
-    /// Tells of a connection event, and waits until the worker has carried out what follows and is idle again.
     void Tell(std::int32_t evType, const sim::Headset& of = headset) const;
+
+    /// Tells that a headset has connected, and waits until both providers and the worker have done what follows.
     void ConnectAndWait(const sim::Headset& of = headset);
 
     /// Waits until the worker has come back from `count` tasks since the timeline was cleared, and all notifications are

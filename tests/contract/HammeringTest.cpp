@@ -29,16 +29,75 @@ protected:
         return lengths;
     }
 
-    /// Does `step` again and again on a thread of its own, until the time is over.
-    void Hammer(std::vector<std::thread>& threads, std::function<void(unsigned round)> step)
+    void StartWithTwoHeadsets()
     {
-        threads.emplace_back(
+        Start();
+        AddHeadset();
+        AddOtherHeadset();
+        Audio().SetDelivery(sim::Delivery::Concurrent, sim::NotificationApartment::Multithreaded);
+    }
+
+    /// Does `step` again and again on a thread of its own, until the time is over.
+    void Hammer(std::function<void(unsigned round)> step)
+    {
+        threads_.emplace_back(
             [this, step = std::move(step)]
             {
                 for (unsigned round = 0; !over_; ++round)
                 {
                     step(round);
                 }
+            });
+    }
+
+    void HammerNotifications()
+    {
+        Hammer(
+            [](unsigned round)
+            {
+                Audio().SetPlugged("other stereo", round % 2 == 0);
+                Audio().NotifyDeviceStateChanged("headset stereo", DEVICE_STATE_ACTIVE);
+                EXPECT_TRUE(WaitForIdle());
+            });
+        Hammer(
+            [](unsigned round)
+            {
+                const char* const label = round % 2 == 0 ? "headset stereo" : "speaker";
+                Audio().NotifyDefaultDeviceChanged(eRender, eCommunications, label);
+                Audio().NotifyDefaultDeviceChanged(eCapture, eMultimedia, "headset microphone");
+                EXPECT_TRUE(WaitForIdle());
+            });
+    }
+
+    void HammerMessages()
+    {
+        Hammer(
+            [this](unsigned round)
+            {
+                Tell(round % 2 == 0 ? Event::connected : Event::disconnected);
+                Tell(round % 3 == 0 ? Event::bluetoothConnected : Event::lost, otherHeadset);
+                service->SendDeviceChange(1, "to", "from", mac);
+                std::this_thread::sleep_for(5ms);
+            });
+    }
+
+    void HammerRequests()
+    {
+        Hammer(
+            [&connecter = Connecter(), &handler = Handler()](unsigned round)
+            {
+                handler.EnableFeature(Device(round % 2 == 0 ? mac : otherMac));
+                handler.GetFeatureState(mac);
+                handler.GetFeatureState("unknown");
+                connecter.QueryConnectedDevAsync();
+            });
+        Hammer(
+            [&connecter = Connecter(), &handler = Handler()](unsigned round)
+            {
+                handler.DisableFeature(Device(round % 2 == 0 ? mac : otherMac));
+                connecter.ConnectDev(Device(mac));
+                connecter.NotifyConnStateChanged(Device(mac), VynCore::DeviceState::Connected);
+                std::this_thread::sleep_for(20ms);
             });
     }
 
@@ -51,79 +110,41 @@ protected:
             ClearTimeline(); // it would fill the memory
         }
         over_ = true;
+        for (std::thread& thread : threads_)
+        {
+            thread.join();
+        }
+    }
+
+    void BeginAnew()
+    {
+        (*plugin)->UnInit();
+        ASSERT_TRUE(WaitForIdle());
+        Audio().SetDelivery(sim::Delivery::InTurn);
+        for (const std::string& label : Audio().Labels())
+        {
+            Audio().SetState(label, DEVICE_STATE_ACTIVE);
+        }
+        Audio().SetDefault("speaker");
+        InitAgain();
     }
 
 private:
     std::atomic<bool> over_ = false;
+    std::vector<std::thread> threads_;
 };
 
 TEST_F(Hammering, EndsInNoDeadlock)
 {
-    Start();
-    AddHeadset();
-    AddOtherHeadset();
-    Audio().SetDelivery(sim::Delivery::Concurrent, sim::NotificationApartment::Multithreaded);
-    VynCore::IDevConnecter& connecter = Connecter();
-    VynCore::IDevFeatureHandler& handler = Handler();
-
-    std::vector<std::thread> threads;
-    Hammer(threads,
-           [](unsigned round)
-           {
-               Audio().SetPlugged("other stereo", round % 2 == 0);
-               Audio().NotifyDeviceStateChanged("headset stereo", DEVICE_STATE_ACTIVE);
-               EXPECT_TRUE(WaitForIdle());
-           });
-    Hammer(threads,
-           [](unsigned round)
-           {
-               Audio().NotifyDefaultDeviceChanged(eRender, eCommunications,
-                                                  round % 2 == 0 ? "headset stereo" : "speaker");
-               Audio().NotifyDefaultDeviceChanged(eCapture, eMultimedia, "headset microphone");
-               EXPECT_TRUE(WaitForIdle());
-           });
-    Hammer(threads,
-           [&](unsigned round)
-           {
-               Tell(round % 2 == 0 ? Event::connected : Event::disconnected);
-               Tell(round % 3 == 0 ? Event::bluetoothConnected : 12, otherHeadset);
-               service->SendDeviceChange(1, "to", "from", mac);
-               std::this_thread::sleep_for(5ms);
-           });
-    Hammer(threads,
-           [&](unsigned round)
-           {
-               handler.EnableFeature(Device(round % 2 == 0 ? mac : otherMac));
-               handler.GetFeatureState(mac);
-               handler.GetFeatureState("unknown");
-               connecter.QueryConnectedDevAsync();
-           });
-    Hammer(threads,
-           [&](unsigned round)
-           {
-               handler.DisableFeature(Device(round % 2 == 0 ? mac : otherMac));
-               connecter.ConnectDev(Device(mac));
-               connecter.NotifyConnStateChanged(Device(mac), VynCore::DeviceState::Connected);
-               std::this_thread::sleep_for(20ms);
-           });
+    StartWithTwoHeadsets();
+    HammerNotifications();
+    HammerMessages();
+    HammerRequests();
     LetTimePass(30s);
-    for (std::thread& thread : threads)
-    {
-        thread.join();
-    }
 
-    // Afterwards all is as ever.
-    (*plugin)->UnInit();
-    ASSERT_TRUE(WaitForIdle());
-    Audio().SetDelivery(sim::Delivery::InTurn);
-    for (const std::string& label : Audio().Labels())
-    {
-        Audio().SetState(label, DEVICE_STATE_ACTIVE);
-    }
-    Audio().SetDefault("speaker");
-    (*plugin)->Init();
+    BeginAnew();
     ConnectAndWait();
-    EXPECT_EQ(handler.GetFeatureState(mac).state, 3);
+    EXPECT_EQ(Handler().GetFeatureState(mac).state, 3);
     EXPECT_EQ(Audio().Default(eRender, eConsole), "headset stereo");
     ExpectOnlyTheRegistrationHeld();
 }

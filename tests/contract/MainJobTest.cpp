@@ -49,13 +49,13 @@ TEST_F(MainJob, StartRegistersBothProvidersConnecterFirst)
 
 TEST_F(MainJob, ConnectingHeadsetIsReportedAndGetsTheAudio)
 {
-    AddSpeaker(); // after the headset: the headset is the default at first
-    Audio().SetDefault("speaker");
+    AddSpeaker();
+    Audio().SetDefault("speaker"); // the headset was there first
     StartService();
     StartPlugin();
     ConnectAndWait();
-    EXPECT_THAT(HostCalls(), ElementsAre("host OnDevConnStateChanged 11111822610015 0",
-                                         "host OnFeatureStateChanged 11111822610015 9 3"));
+    EXPECT_THAT(HostCalls(), testing::UnorderedElementsAre("host OnDevConnStateChanged 11111822610015 0",
+                                                           "host OnFeatureStateChanged 11111822610015 9 3"));
     EXPECT_EQ(Audio().Default(eRender, eConsole), "headset stereo");
     EXPECT_EQ(Audio().Default(eRender, eMultimedia), "speaker"); // never touched
     EXPECT_EQ(Audio().Default(eRender, eCommunications), "headset hands-free");
@@ -278,6 +278,8 @@ TEST_F(MainJobInRealTime, TakesItsPauses)
     const auto stereo = TimeOf("audio", "SetDefaultEndpoint headset stereo 0 -> 0x00000000");
     const auto handsFree = TimeOf("audio", "SetDefaultEndpoint headset hands-free 2 -> 0x00000000");
     const auto confirmed = TimeOf("host", "OnFeatureStateChanged 11111822610015 9 3");
+    EXPECT_THAT(HostCalls(), ElementsAre("host OnDevConnStateChanged 11111822610015 0",
+                                         "host OnFeatureStateChanged 11111822610015 9 3"));
     EXPECT_GE(queued - received, 800ms);
     EXPECT_GE(switched - received, 800ms + 500ms);
     EXPECT_GE(handsFree - stereo, 300ms);

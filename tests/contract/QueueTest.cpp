@@ -21,8 +21,6 @@ using testing::Not;
 class Requests : public ContractTest
 {
 protected:
-    Requests() { AddSpeakerFirst(); }
-
     /// Runs on another thread while the worker has taken its first task and has not begun to switch.
     void WhileTheTaskIsTaken(const std::function<void()>& work)
     {
@@ -42,8 +40,6 @@ protected:
     }
 
 private:
-    void AddSpeakerFirst() const { AddSpeaker(); }
-
     std::atomic<bool> done_ = false;
 };
 
@@ -52,10 +48,9 @@ class RunningRequests : public Requests
 protected:
     RunningRequests()
     {
+        Start();
         AddHeadset();
-        StartService();
-        StartPlugin();
-        EXPECT_TRUE(WaitFor("log3", Text("CooperateThreadFunc", "Download wait...0")));
+        EXPECT_TRUE(WaitForIdle());
         ClearTimeline();
     }
 };
@@ -79,7 +74,7 @@ TEST_F(RunningRequests, SecondEnableWhileTheFirstIsCarriedOutIsNotQueued)
     EXPECT_EQ(CountOf("EnableFeature", "EnableFeature --task in queue"), 1U);
     EXPECT_EQ(CountOf("IsTaskInQueue", "ui SetEvent packageName: **15 target:3"), 1U);
     EXPECT_EQ(CountOf("SetDefaultPoint", "SetDefaultPoint Begin"), 1U);
-    EXPECT_EQ(service->Posts(10617849).size(), 2U); // the command is sent all the same
+    EXPECT_TRUE(service->WaitForPost(10617849, 2, longWait)); // the command is sent all the same
 }
 
 TEST_F(RunningRequests, ConnectEventWhileAnEnableIsCarriedOutIsNotQueued)
@@ -224,7 +219,7 @@ TEST_F(RunningRequests, EitherMessageIdTellsOfAConnection)
 {
     service->SendConnectState(10617844, Event::bluetoothConnected, headset);
     ASSERT_TRUE(WaitForTasks());
-    EXPECT_THAT(HostCalls(), Contains("host OnDevConnStateChanged 11111822610015 0"));
+    EXPECT_TRUE(WaitFor("host", "OnDevConnStateChanged 11111822610015 0"));
     EXPECT_EQ(Handler().GetFeatureState(mac).state, 3);
 }
 
@@ -250,7 +245,6 @@ protected:
         waits.emplace(module.Handle(), lengths);
         StartService({.silent = true});
         StartPlugin();
-        EXPECT_TRUE(service->WaitForPost(10617834, 2, longWait));
         ClearTimeline();
     }
 
