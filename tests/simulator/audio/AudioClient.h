@@ -26,7 +26,7 @@
 
 using namespace std::chrono_literals;
 
-inline constexpr std::chrono::milliseconds longWait = 20s;
+inline constexpr std::chrono::milliseconds longWait = 60s;
 
 inline constexpr HRESULT notFoundResult = static_cast<HRESULT>(0x80070490);
 inline constexpr HRESULT invalidatedResult = static_cast<HRESULT>(0x88890004);

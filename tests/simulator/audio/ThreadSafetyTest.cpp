@@ -120,7 +120,12 @@ TEST_F(ThreadSafetyTest, ClientsRegisterAndLeaveWhileDefaultsMove)
         ReadAll();
     };
     std::optional<Registered> registered(std::in_place, stays);
-    Hammer([this] { SwitchDefaults(); });
+    Hammer(
+        [this]
+        {
+            SwitchDefaults();
+            WaitForIdle(); // each change takes the client long: they must not pile up on a busy machine
+        });
     Hammer(
         []
         {
@@ -135,7 +140,7 @@ TEST_F(ThreadSafetyTest, ClientsRegisterAndLeaveWhileDefaultsMove)
             ReadAll();
         });
     Join();
-    EXPECT_GT(stays.Count(), 100U);
+    EXPECT_GT(stays.Count(), 10U);
     registered.reset();
     EXPECT_EQ(service.RegisteredClients(), 0U);
 }
