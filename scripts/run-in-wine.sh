@@ -35,6 +35,13 @@ trap 'rm -f "$output"' EXIT
 if [ -z "$live" ]; then
     wine "$@" >"$output" 2>&1
     status=$?
+    # Once in some thousand times Wine does not get as far as starting the program: status 1 and not a line. A program
+    # of ours that ends so has said why; a crash has another status.
+    if [ $status -eq 1 ] && [ ! -s "$output" ]; then
+        echo "$program" >>"$folder/wine-start-failures.log"
+        wine "$@" >"$output" 2>&1
+        status=$?
+    fi
     cat "$output"
 else
     exec 3<&0
