@@ -67,8 +67,9 @@ void RefreshEndpoints() noexcept
 
 CMMNotificationClient& CMMNotificationClient::Instance()
 {
-    static CMMNotificationClient client;
-    return client;
+    // Never destroyed: notifications may still come while the process ends.
+    static auto* const client = new CMMNotificationClient();
+    return *client;
 }
 
 void CMMNotificationClient::Initialize()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "plugin/ThreadSafety.h"
+
 #include <windows.h>
 
 #include <mmdeviceapi.h>
@@ -12,17 +14,17 @@
 /// The module's receiver of endpoint notifications: keeps the module-wide endpoint list and default set up to date and
 /// hands each change on to one callback.
 ///
-/// One object, of static storage. A host thread registers it and sets its callback, both at the start of the feature
-/// handler and with the default-set lock held; the platform's threads call it, several at once if they like, until the
-/// process ends: it is never unregistered and the enumerator is never released, on purpose, since the object outlives
-/// every registration.
+/// One object, made on first use and never destroyed. A host thread registers it and sets its callback, both at the
+/// start of the feature handler and with the default-set lock held; the platform's threads call it, several at once if
+/// they like, until the process ends: it is never unregistered and the enumerator is never released, on purpose, since
+/// the object outlives every registration.
 class CMMNotificationClient final : public IMMNotificationClient
 {
 public:
     /// Takes the id of the endpoint and a detail, the name of its new state or an empty text.
     using DeviceChangeCallback = std::function<void(const std::wstring& endpointId, const std::string& detail)>;
 
-    /// The object begins with one reference; that of the static one is never released, so it never frees itself.
+    /// The object begins with one reference; that of the module's one is never released, so it never frees itself.
     CMMNotificationClient() = default;
 
     /// The module's one object.
@@ -52,6 +54,6 @@ private:
     void HandleStateChange(LPCWSTR deviceId, DWORD newState);
 
     std::atomic<ULONG> references_ = 1;
-    DeviceChangeCallback propertyChanged_; // guarded by callbackMutex_
-    mutable std::mutex callbackMutex_;     // a leaf, held for copying only
+    DeviceChangeCallback propertyChanged_ GUARDED_BY(callbackMutex_);
+    mutable std::mutex callbackMutex_; // a leaf, held for copying only
 };

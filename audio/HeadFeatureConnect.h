@@ -15,8 +15,8 @@ class HeadFeatureConnect
 public:
     HeadFeatureConnect() = delete;
 
-    /// Reads the headset key, the Bluetooth address in decimal digits, out of a Bluetooth device node's hardware id, such as BTHENUM\Dev_0A1B2C3D4E5F. Returns
-    /// whether the id names a device; `macKey` is written only then.
+    /// Reads the headset key, the Bluetooth address in decimal digits, out of a Bluetooth device node's hardware id, such
+    /// as BTHENUM\Dev_0A1B2C3D4E5F. Returns whether the id names a device; `macKey` is written only then.
     static bool SetInterceptedMac(const std::wstring& hardwareId, std::string& macKey);
 
     /// The key of the headset whose present Bluetooth device node has that container id; empty when there is none.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/EndpointRecord.h"
+#include "plugin/ThreadSafety.h"
 
 #include <mutex>
 
@@ -11,9 +12,9 @@
 /// handler's start and the notification threads rewrite it.
 ///
 /// The module's lock order, wherever locks are held together:
-///   the feature handler's deviceChangeMutex, featureStateMutex and volumeMutex, then
+///   the feature handler's loopLifeMutex, then its deviceChangeMutex, featureStateMutex and volumeMutex, then
 ///   defaultSetMutex, then endpointMutex;
-///   volumeMutex before the task loop's queueMutex.
+///   volumeMutex before tipMutex before the task loop's queueMutex.
 ///   the connecter's devStatsMutex (the host is called under it) before its statesMutex.
 /// Leaves, under which nothing else is taken: coopMutex, proxyMutex of either provider, the mutex of a ServerReadyEvent,
 /// that of the notification client's callback, statesMutex, the task loop's waitMutex and nameMutex, and its queueMutex,
@@ -27,8 +28,8 @@ struct ModuleEndpoints
     /// Guards endpointList; it also makes enumerations and default look-ups go one after another.
     std::mutex endpointMutex;
 
-    EndpointList endpointList; // guarded by endpointMutex
-    DefaultSet defaultSet;     // guarded by defaultSetMutex
+    EndpointList endpointList GUARDED_BY(endpointMutex);
+    DefaultSet defaultSet; // guarded by defaultSetMutex
 
     static ModuleEndpoints& Instance();
 

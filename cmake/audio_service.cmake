@@ -1,3 +1,7 @@
+if(NATIVE_BUILD)
+    return() # native/NativeBuild.cmake has its own
+endif()
+
 # use_simulated_audio_service(TARGET)
 # Gives a program a manifest that registers the classes of SimAudio.dll, so that COM makes the simulated audio service's
 # objects in it instead of Windows' own, and links it to the service's control API.

@@ -88,7 +88,7 @@ bool HeadsetConnector::Init()
 void HeadsetConnector::UnInit()
 {
     TakeLeave();
-    serverReadyEvent.Close();
+    serverReady.Close();
     ForgetStates();
 }
 
@@ -185,7 +185,7 @@ void HeadsetConnector::OnRecvServerStateChanged(const TagIPCMessageItem& message
         return;
     }
     Log::Info(operation, "msg.messageId=", message.messageId, ",serverWorking=", serverWorking.load());
-    const ServerReadyEvent::Announcement announcement(serverReadyEvent);
+    const ServerReadyEvent::Announcement announcement(serverReady);
     AmbrelServerInitSuccess(message.messageId);
 }
 
@@ -201,7 +201,7 @@ void HeadsetConnector::AmbrelServerInitSuccess(std::int32_t messageId)
         serverWorking.exchange(true);
     }
     // The opposite announcement leaves the flag false, as it is here, and any other one too; all are answered: intended.
-    serverReadyEvent.Settle(); // before the host is called
+    serverReady.Settle(); // before the host is called
     if (const auto proxy = Proxy())
     {
         proxy->PostMsg(ServiceMessages::started, ServiceMessages::moduleId, ServiceMessages::clientName);
@@ -282,7 +282,7 @@ void HeadsetConnector::RegisterCallbacks(IpcProxy& proxy)
 
 void HeadsetConnector::CreateServerReadyEvent()
 {
-    if (const auto isMade = serverReadyEvent.CreateIfMissing())
+    if (const auto isMade = serverReady.CreateIfMissing())
     {
         Log::Error("HeadsetConnector::Init", "CreateEvent. ret=", *isMade); // level 4 either way: intended
     }
@@ -290,7 +290,7 @@ void HeadsetConnector::CreateServerReadyEvent()
 
 void HeadsetConnector::AwaitServer(const char* operation, const char* label)
 {
-    const auto result = serverReadyEvent.Wait(ServiceMessages::announcementWaitMs);
+    const auto result = serverReady.Wait(ServiceMessages::announcementWaitMs);
     if (!result)
     {
         return; // there is no event

@@ -3,6 +3,7 @@
 #include "connector/ServerReadyEvent.h"
 #include "device/IDevConnecter.h"
 #include "device/IpcProxy.h"
+#include "plugin/ThreadSafety.h"
 
 #include <atomic>
 #include <cstdint>
@@ -80,15 +81,16 @@ private:
     bool EraseState(const DeviceKey& devItem);
     void ForgetStates();
 
-    std::shared_ptr<VynCore::IpcProxy> ipcProxy; // guarded by proxyMutex
-    std::atomic<bool> serverWorking{false};      // once true it stays so
-    ServerReadyEvent serverReadyEvent;           // has its own lock
-    std::atomic<bool> IsConnectDev{false};       // set by a connect request, consumed by the next update
+    std::shared_ptr<VynCore::IpcProxy> ipcProxy GUARDED_BY(proxyMutex);
+    std::atomic<bool> serverWorking{false}; // once true it stays so
+    OwnedHandle serverReadyEvent;           // serverReady's alone
+    std::atomic<bool> IsConnectDev{false};  // set by a connect request, consumed by the next update
     std::mutex devStatsMutex; // one report to the host at a time: held from the look-up to the end of the notification
-    std::map<DeviceKey, VynCore::DeviceState> devStatsMap; // last state of each device; guarded by statesMutex
+    std::map<DeviceKey, VynCore::DeviceState> devStatsMap GUARDED_BY(statesMutex); // last state of each device
 
     mutable std::mutex proxyMutex; // a leaf
     // A leaf. Emptying the map must not take devStatsMutex: the host may withdraw the provider from inside its
     // notification, or while another thread's notification waits for the host.
     std::mutex statesMutex;
+    ServerReadyEvent serverReady{serverReadyEvent};
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "plugin/OwnedHandle.h"
+#include "plugin/ThreadSafety.h"
 
 #include <windows.h>
 
@@ -9,9 +10,9 @@
 #include <mutex>
 #include <optional>
 
-/// The event that the connectivity service's announcements signal and that a provider waits on. Owned by its provider;
-/// host threads create, wait and close, IPC threads signal, all of them at once if they like: a waiter has a handle
-/// of its own, so the event can be closed meanwhile.
+/// The event that the connectivity service's announcements signal and that a provider waits on. Owned by its provider,
+/// as is the handle that it keeps the event in; host threads create, wait and close, IPC threads signal, all of them at
+/// once if they like: a waiter has a handle of its own, so the event can be closed meanwhile.
 class ServerReadyEvent
 {
 public:
@@ -28,6 +29,11 @@ public:
     private:
         ServerReadyEvent& event_;
     };
+
+    /// `event` must outlive the object, and nobody else may touch it meanwhile.
+    explicit ServerReadyEvent(OwnedHandle& event) : event_(event) {}
+    ServerReadyEvent(const ServerReadyEvent&) = delete;
+    ServerReadyEvent& operator=(const ServerReadyEvent&) = delete;
 
     /// Makes the event, auto-reset and not signalled, and returns whether that succeeded. Nothing when there is one
     /// already.
@@ -65,8 +71,7 @@ public:
             event = event_.Duplicate();
         }
         const DWORD result = WaitForSingleObject(event.Get(), limitMs);
-        std::unique_lock lock(mutex_);
-        hasSettled_.wait(lock, [this, wanted = signalled_] { return settled_ >= wanted; });
+        AwaitSettlement();
         return result;
     }
 
@@ -77,6 +82,12 @@ public:
     }
 
 private:
+    void AwaitSettlement() const NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
+    {
+        std::unique_lock lock(mutex_);
+        hasSettled_.wait(lock, [this, wanted = signalled_]() REQUIRES(mutex_) { return settled_ >= wanted; });
+    }
+
     void Signal()
     {
         const std::scoped_lock lock(mutex_);
@@ -87,9 +98,9 @@ private:
         }
     }
 
-    mutable std::mutex mutex_; // a leaf; guards the fields below
+    mutable std::mutex mutex_; // a leaf
     mutable std::condition_variable hasSettled_;
-    OwnedHandle event_;
-    std::uint64_t signalled_ = 0; // announcements so far
-    std::uint64_t settled_ = 0;   // those of them that have taken effect
+    OwnedHandle& event_ GUARDED_BY(mutex_);
+    std::uint64_t signalled_ GUARDED_BY(mutex_) = 0; // announcements so far
+    std::uint64_t settled_ GUARDED_BY(mutex_) = 0;   // those of them that have taken effect
 };

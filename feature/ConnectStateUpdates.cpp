@@ -47,7 +47,7 @@ void HeadsetAudioFeatureHandler::OnRecvServerStateChanged(const TagIPCMessageIte
         return;
     }
     Log::Info(tag, "msg.messageId=", msg.messageId, ",serverWorking=", serverWorking.load());
-    const ServerReadyEvent::Announcement announcement(serverReadyEvent);
+    const ServerReadyEvent::Announcement announcement(serverReady);
     AmbrelServerInitSuccess(static_cast<std::uint32_t>(msg.messageId));
 }
 
@@ -64,7 +64,7 @@ void HeadsetAudioFeatureHandler::AmbrelServerInitSuccess(std::uint32_t messageId
         serverWorking = true;
     }
     // The opposite announcement leaves the flag false, as it is here, and any other one too; all are answered: intended.
-    serverReadyEvent.Settle(); // before the host is called
+    serverReady.Settle(); // before the host is called
     const std::shared_ptr<VynCore::IpcProxy> proxy = Proxy();
     if (!proxy)
     {

@@ -16,6 +16,7 @@ namespace
 {
 
 constexpr const char* workerTag = "HeadsetAudioFeatureHandler::CooperateThreadFunc";
+constexpr const char* releaseTag = "HeadsetAudioFeatureHandler::ReleaseCoopTask";
 constexpr DWORD settleMs = 500;
 constexpr DWORD confirmationWaitMs = 10000;
 constexpr DWORD lookPauseMs = 500;
@@ -59,9 +60,15 @@ bool HeadsetAudioFeatureHandler::RetireWorker()
 }
 
 HeadsetAudioFeatureHandler::TakenCoopTask HeadsetAudioFeatureHandler::TakeCoopTask()
+    NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
 {
     std::unique_lock lock(coopMutex);
-    coopCondition.wait(lock, [this] { return !coopTaskQueue.empty(); });
+    coopCondition.wait(lock, [this]() REQUIRES(coopMutex) { return !coopTaskQueue.empty(); });
+    return TakeHeadLocked();
+}
+
+HeadsetAudioFeatureHandler::TakenCoopTask HeadsetAudioFeatureHandler::TakeHeadLocked()
+{
     CoopTask& task = coopTaskQueue.front();
     if (!task.doneEvent)
     {
@@ -113,10 +120,8 @@ void HeadsetAudioFeatureHandler::ReportAndRelease(const std::string& mac, std::u
     {
         ReportFeatureState(FeatureState::DeviceOf(mac), {GetFeatureType(), state, {}});
     }
-    catch (...)
+    catch (...) // the host's fault; there is nobody to tell
     {
-        ReleaseCoopTask(mac, kind);
-        return;
     }
     ReleaseCoopTask(mac, kind);
 }
@@ -131,22 +136,17 @@ void HeadsetAudioFeatureHandler::ClearPending()
 
 void HeadsetAudioFeatureHandler::ReleaseCoopTask(const std::string& mac, std::uint32_t kind)
 {
-    constexpr const char* tag = "HeadsetAudioFeatureHandler::ReleaseCoopTask";
     if (mac.empty())
     {
-        Log::Error(tag, "mac error");
+        Log::Error(releaseTag, "mac error");
         return;
     }
     const std::string display = AccessoryBaseSdk::GetLastTwoSerialNumber(mac);
     if (EraseTask(mac, kind))
     {
-        Log::Info(tag, "ui Release DownloadTask, Erase upgrades, packageName: ", display);
+        Log::Info(releaseTag, "ui Release DownloadTask, Erase upgrades, packageName: ", display);
     }
-    if (const OwnedHandle pending = PendingEventOf(mac))
-    {
-        Log::Info(tag, "ui SetEvent packageName: ", display);
-        SetEvent(pending.Get());
-    }
+    SignalPending(mac, display);
 }
 
 bool HeadsetAudioFeatureHandler::EraseTask(const std::string& mac, std::uint32_t kind)
@@ -162,12 +162,27 @@ bool HeadsetAudioFeatureHandler::EraseTask(const std::string& mac, std::uint32_t
     return true;
 }
 
-/// A handle of its own of the pending cooperation's event, if that is for the address; its kind is not compared, which
-/// is intended.
-OwnedHandle HeadsetAudioFeatureHandler::PendingEventOf(const std::string& mac)
+/// Signals the pending cooperation if it is for the address; its kind is not compared, which is intended.
+void HeadsetAudioFeatureHandler::SignalPending(const std::string& mac, const std::string& display)
 {
-    const std::scoped_lock lock(coopMutex);
-    return pendingMac == mac ? pendingEvent.Duplicate() : OwnedHandle();
+    OwnedHandle pending;
+    {
+        const std::scoped_lock lock(coopMutex);
+        if (pendingMac != mac || !pendingEvent)
+        {
+            return;
+        }
+        pending = pendingEvent.Duplicate();
+        if (!pending) // then the field's own handle has to do, and only here can nobody close it
+        {
+            SetEvent(pendingEvent.Get());
+        }
+    }
+    Log::Info(releaseTag, "ui SetEvent packageName: ", display);
+    if (pending)
+    {
+        SetEvent(pending.Get());
+    }
 }
 
 bool HeadsetAudioFeatureHandler::IsEnableQueuedLocked(const std::string& mac) const

@@ -59,15 +59,16 @@ void HeadsetAudioFeatureHandler::StartWorker()
 
 void HeadsetAudioFeatureHandler::StartTaskLoop()
 {
-    const auto loop = std::make_shared<TaskLoop>("HeadsetVolumeTimerTask");
-    std::shared_ptr<TaskLoop> earlier = loop;
+    auto loop = std::make_unique<TaskLoop>("HeadsetVolumeTimerTask");
+    loop->StartLoop(true);
+    const std::scoped_lock lifeLock(loopLifeMutex);
     {
         const std::scoped_lock lock(volumeMutex);
-        volumeTaskLoop.swap(earlier);
+        const std::scoped_lock tipLock(tipMutex);
+        volumeTaskLoop.swap(loop);
         volumeTaskId = 0; // a task of the earlier loop is dropped with it
     }
-    earlier.reset(); // without volumeMutex: the task at hand may be waiting for it
-    loop->StartLoop(true);
+    loop.reset(); // the earlier one, if any; without volumeMutex, which the task at hand may be waiting for
 }
 
 void HeadsetAudioFeatureHandler::StartEndpointNotifications()
@@ -94,7 +95,7 @@ bool HeadsetAudioFeatureHandler::JoinConnectivityService()
     {
         RegisterCallbacks(*client);
     }
-    if (const auto isMade = serverReadyEvent.CreateIfMissing())
+    if (const auto isMade = serverReady.CreateIfMissing())
     {
         Log::Error(initTag, "CreateEvent. ret=", *isMade); // level 4 either way: intended
     }
@@ -105,7 +106,7 @@ bool HeadsetAudioFeatureHandler::JoinConnectivityService()
 
 bool HeadsetAudioFeatureHandler::AwaitServer()
 {
-    const DWORD result = serverReadyEvent.Wait(ServiceMessages::announcementWaitMs).value_or(WAIT_FAILED);
+    const DWORD result = serverReady.Wait(ServiceMessages::announcementWaitMs).value_or(WAIT_FAILED);
     const bool isWorking = serverWorking;
     Log::Info(initTag, "HeadsetAudioFeatureHandler, serverWorking=", isWorking);
     if (result == WAIT_TIMEOUT || result == WAIT_FAILED)
@@ -153,7 +154,7 @@ bool HeadsetAudioFeatureHandler::UnInit()
             client->UnRegisterMessageCallbackAll();
         }
     }
-    serverReadyEvent.Close();
+    serverReady.Close();
     StopTaskLoop();
     DropCooperations();
     return true;
@@ -161,26 +162,28 @@ bool HeadsetAudioFeatureHandler::UnInit()
 
 void HeadsetAudioFeatureHandler::StopTaskLoop()
 {
-    std::shared_ptr<TaskLoop> loop;
+    const std::unique_lock lifeLock(loopLifeMutex, std::try_to_lock);
+    if (!lifeLock)
+    {
+        return; // somebody else is at it, and may be waiting for this very thread
+    }
+    TaskLoop* loop = nullptr;
     {
         const std::scoped_lock lock(volumeMutex);
-        loop = volumeTaskLoop;
-        if (loop && volumeTaskId != 0)
+        loop = volumeTaskLoop.get();
+        if (loop != nullptr && volumeTaskId != 0)
         {
             loop->RemoveEvent(volumeTaskId);
             volumeTaskId = 0;
         }
     }
-    if (!loop)
+    if (loop == nullptr)
     {
         return;
     }
     loop->StopLoop(); // without volumeMutex, which the task at hand may be waiting for
     const std::scoped_lock lock(volumeMutex);
-    if (volumeTaskLoop == loop)
-    {
-        volumeTaskId = 0; // a message that came in between may have added a task, which was dropped unrun
-    }
+    volumeTaskId = 0; // a message that came in between may have added a task, which was dropped unrun
 }
 
 void HeadsetAudioFeatureHandler::DropCooperations()

@@ -1,14 +1,18 @@
 #pragma once
 
+#include "audio/ComPtr.h"
 #include "audio/EarEndpointInfo.h"
 #include "connector/ServerReadyEvent.h"
 #include "feature/CoopTask.h"
 #include "plugin/OwnedHandle.h"
+#include "plugin/ThreadSafety.h"
 #include "taskloop/TaskLoop.h"
 
 #include "device/IDevFeatureHandler.h"
 #include "device/IpcProxy.h"
 #include "tips/TipsBase.h"
+
+#include <endpointvolume.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -27,8 +31,9 @@
 /// - the platform's notification threads call `DeviceStateChanged`;
 /// - its cooperation worker, one detached thread, carries out the queued requests one at a time. It holds a strong
 ///   reference: a worker that waits for work keeps the handler alive;
-/// - its task loop's thread runs delayed work.
-/// IPC and notification callbacks hold a weak reference and lock it while they run.
+/// - its task loop's thread restores the speaker volume, shows the tip and reconnects;
+/// - the tips library's thread, or the task loop's inside `Show`, calls `TipHandleCallback`.
+/// IPC, tip and notification callbacks hold a weak reference and lock it while they run.
 ///
 /// Lock order: see ModuleEndpoints.h. Members are grouped by the file that defines them.
 class HeadsetAudioFeatureHandler : public VynCore::IDevFeatureHandler
@@ -80,7 +85,44 @@ public:
 
     /// Queues an enable for a headset that connects. Blocks the calling thread for 800 ms then.
     void OnRecvDeviceConnectStateUpdate(const TagIPCMessageItem& msg);
+
+    /// Lowers the speaker volume when a headset's audio has moved to another device. Messages that come before the
+    /// volume has been restored are dropped.
     void OnRecvDeviceChange(const TagIPCMessageItem& msg);
+
+    // Speaker volume: SpeakerVolume.cpp. Volumes are scalars from 0 to 1. The caller has entered an apartment and, but
+    // for the first two, holds volumeMutex.
+
+    /// The endpoint's volume; null when the platform does not give it.
+    static ComPtr<IAudioEndpointVolume> GetSpeakerAudioEndpointVolume(const wchar_t* speakerEndpointId);
+
+    /// Whether the endpoint is the default one for playing in the console role.
+    static bool IsDefaultChannel(const wchar_t* speakerEndpointId);
+
+    /// Saves the volume, lowers it if it is above 0.301, and has it restored, and the tip shown, one second later.
+    /// Whether the lowering went well; also true when no loop takes the restore.
+    bool SetSpeakerVolume(const wchar_t* speakerEndpointId, const std::wstring& devName, const std::wstring& toDevName,
+                          const std::string& deviceMacAddr);
+
+    /// Undoes the lowering and shows the tip, unless the user has changed the volume meanwhile or it cannot be read.
+    /// Whether it came to the tip.
+    bool RestoreVolume(const wchar_t* speakerEndpointId, const std::wstring& devName, const std::wstring& toDevName,
+                       const std::string& deviceMacAddr);
+
+    // Tip that offers a reconnect: VoiceChangeTip.cpp
+
+    /// Makes and shows the tip, unless one is showing. `devName` is the device that the audio left, `toDevName` the one
+    /// that it went to. The caller holds volumeMutex.
+    void ShowVoiceChangeTip(const std::wstring& devName, const std::wstring& toDevName, bool volumeFlag,
+                            const std::string& deviceMacAddr);
+
+    /// The tip's text, with the names shortened; empty when the localised text lacks one of the two placeholders.
+    static std::wstring GetVoiceChangeTipContentTxt(const std::wstring& devName, const std::wstring& toDevName,
+                                                    bool volumeFlag);
+
+    /// Closes the tip on a click; the second button's has the headset reconnected by the task loop. `param` may end
+    /// with the tip.
+    void TipHandleCallback(Qva::TipsSdk::EnmReplyEvent event, const std::wstring& param);
 
     // Cooperations: Cooperation.cpp
 
@@ -119,6 +161,7 @@ public:
 
 private:
     struct TakenCoopTask;
+    struct TipReply;
 
     void StartWorker();
     void StartTaskLoop();
@@ -132,46 +175,66 @@ private:
     void ReplaceProxy(std::shared_ptr<VynCore::IpcProxy> proxy);
 
     TakenCoopTask TakeCoopTask();
+    TakenCoopTask TakeHeadLocked() REQUIRES(coopMutex);
     void CarryOut(const TakenCoopTask& task);
     void Switch(const TakenCoopTask& task) noexcept;
     void GiveUp(const TakenCoopTask& task, DWORD waitResult);
     void ReportAndRelease(const std::string& mac, std::uint32_t kind, std::int32_t state);
     void ClearPending();
     bool EraseTask(const std::string& mac, std::uint32_t kind);
-    OwnedHandle PendingEventOf(const std::string& mac);
+    void SignalPending(const std::string& mac, const std::string& display);
     bool RetireWorker();
     void QueueTask(const std::string& mac, std::uint32_t kind);
     bool QueueEnableOnce(const std::string& mac);
-    bool IsEnableQueuedLocked(const std::string& mac) const;
+    bool IsEnableQueuedLocked(const std::string& mac) const REQUIRES(coopMutex);
     std::optional<std::uint32_t> KindOfPending(const std::string& mac);
     void TakeNoteOfChange(const EndpointRecord& record);
     bool MakeHeadsetDefault(const std::string& deviceMacAddr);
     HeadsetEndpoints FindHeadsetEndpoints(const std::string& deviceMacAddr);
     bool IsEarphoneKnown(const std::string& mac) const;
 
-    std::shared_ptr<TaskLoop> volumeTaskLoop;    // guarded by volumeMutex; an UnInit that is stopping it shares it
-    std::uint64_t volumeTaskId = 0;              // guarded by volumeMutex; 0 when no task is pending
-    float defaultSpeakerVolume = -1.0F;          // guarded by volumeMutex; -1 when none is saved
-    std::recursive_mutex volumeMutex;            // also held while a device-change message is handled
-    std::mutex deviceChangeMutex;                // makes DeviceStateChanged run once at a time
-    std::mutex featureStateMutex;                // makes GetFeatureState run once at a time
-    std::shared_ptr<VynCore::IpcProxy> ipcProxy; // guarded by proxyMutex
-    ServerReadyEvent serverReadyEvent;           // has its own lock
+    std::uint64_t PostRestoreTask(const std::wstring& speakerEndpointId, const std::wstring& devName,
+                                  const std::wstring& toDevName, const std::string& deviceMacAddr);
+    void RunRestoreTask(const std::wstring& speakerEndpointId, const std::wstring& devName,
+                        const std::wstring& toDevName, const std::string& deviceMacAddr) noexcept;
+    void StoreTipAddress(const std::string& deviceMacAddr);
+    void StoreTip(Qva::TipsSdk::TipsBase* tip);
+    TipReply ReplyTarget() const;
+    void PostReconnectTask(const std::string& deviceMacAddr);
+    void SetUpTip(Qva::TipsSdk::TipsBase& tip, const std::wstring& devName, const std::wstring& toDevName,
+                  bool volumeFlag);
+    void RunReconnectTask(const std::string& deviceMacAddr) noexcept;
+    void Reconnect(const std::string& deviceMacAddr);
+
+    std::unique_ptr<TaskLoop> volumeTaskLoop; // replaced with loopLifeMutex, volumeMutex, tipMutex held; read with any
+    std::uint64_t volumeTaskId = 0;           // guarded by volumeMutex; 0 when no task is pending
+    float defaultSpeakerVolume = -1.0F;       // guarded by volumeMutex; -1 when none is saved
+    std::recursive_mutex volumeMutex;         // also held while a device-change message is handled
+    std::mutex deviceChangeMutex;             // makes DeviceStateChanged run once at a time
+    std::mutex featureStateMutex;             // makes GetFeatureState run once at a time
+    std::shared_ptr<VynCore::IpcProxy> ipcProxy GUARDED_BY(proxyMutex);
+    OwnedHandle serverReadyEvent; // serverReady's alone
     std::atomic<bool> serverWorking = false;
     std::string commandHeadFirst = "3"; // the three never change
     std::string commandHeadSecond = "1";
     std::string commandHeadThird = "2";
     std::vector<std::string> reservedTexts; // always empty
     std::atomic<bool> coopRunning = false;
-    std::mutex coopMutex;                  // a leaf; guards the queue and the pending cooperation
+    std::mutex coopMutex;                  // a leaf
     std::condition_variable coopCondition; // signalled once for each task that is queued; waited for with coopMutex
-    std::vector<CoopTask> coopTaskQueue;   // guarded by coopMutex
-    std::string pendingMac;                // guarded by coopMutex, like the next two
-    std::uint32_t pendingKind = CoopKind::disable;
-    OwnedHandle pendingEvent;                         // of the cooperation being carried out, else none
-    Qva::TipsSdk::TipsBase* voiceChangeTip = nullptr; // owned by the tips library; null when none was made
-    std::string tipDeviceAddress;                     // headset key that the tip was made for
+    std::vector<CoopTask> coopTaskQueue GUARDED_BY(coopMutex);
+    std::string pendingMac GUARDED_BY(coopMutex);
+    std::uint32_t pendingKind GUARDED_BY(coopMutex) = CoopKind::disable;
+    OwnedHandle pendingEvent GUARDED_BY(coopMutex); // of the cooperation being carried out, else none
+    Qva::TipsSdk::TipsBase* voiceChangeTip GUARDED_BY(tipMutex) = nullptr; // the tips library's; null for none
+    std::string tipDeviceAddress GUARDED_BY(tipMutex);                     // headset key that the tip was made for
 
-    bool isWorkerAlive = false;    // guarded by coopMutex
+    bool isWorkerAlive GUARDED_BY(coopMutex) = false;
     mutable std::mutex proxyMutex; // a leaf, held for copying only
+    // A reply to a tip must not wait for volumeMutex: this is held for copying, and for posting to the loop, only.
+    mutable std::mutex tipMutex;
+    // Held while the loop is being replaced or stopped. No task waits for it, and a stop that finds it taken leaves the
+    // loop to whoever holds it.
+    std::mutex loopLifeMutex;
+    ServerReadyEvent serverReady{serverReadyEvent};
 };

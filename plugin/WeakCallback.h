@@ -11,7 +11,9 @@
 template <typename Operation> auto WeakCallback(VynCore::IProvider* provider, Operation operation)
 {
     std::weak_ptr<VynCore::IProvider> weak = provider->weak_from_this();
-    const bool isOwned = !weak.expired();
+    // Not `expired`: a provider whose last owner is just letting it go was owned all the same.
+    const std::weak_ptr<VynCore::IProvider> nobody;
+    const bool isOwned = weak.owner_before(nobody) || nobody.owner_before(weak);
     return [weak = std::move(weak), isOwned, operation = std::move(operation)](const auto&... arguments)
     {
         const std::shared_ptr<VynCore::IProvider> alive = weak.lock();

@@ -4,8 +4,8 @@
 #include <functional>
 #include <limits>
 
-/// One queued task of a `TaskLoop`. Plain data, copied by value into and out of the queue. Times are nanoseconds of the
-/// loop's clock.
+/// One queued task of a `TaskLoop`. Plain data, copied by value into the queue and moved out of it. Times are nanoseconds
+/// of the loop's clock.
 struct LoopTask
 {
     static constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();

@@ -40,6 +40,14 @@ std::optional<LoopTask> TaskLoop::TaskQueue::TakeFirst(std::uint64_t eventId)
     return taken;
 }
 
+LoopTask TaskLoop::TaskQueue::TakeHead()
+{
+    std::pop_heap(c.begin(), c.end(), comp);
+    LoopTask taken = std::move(c.back());
+    c.pop_back();
+    return taken;
+}
+
 TaskLoop::TaskLoop(std::string loopName) : name(std::move(loopName)) {}
 
 TaskLoop::~TaskLoop()
@@ -67,7 +75,10 @@ void TaskLoop::StartLoop(bool inNewThread)
 
 void TaskLoop::StartThread()
 {
-    isNamed = false;
+    {
+        const std::scoped_lock lock(nameMutex);
+        isNamed = false;
+    }
     try
     {
         thread = std::make_unique<std::thread>(
@@ -82,9 +93,13 @@ void TaskLoop::StartThread()
         running = false;
         throw;
     }
-    // From here on nobody reads the name while it is written.
+    AwaitName(); // from here on nobody reads the name while it is written
+}
+
+void TaskLoop::AwaitName() NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
+{
     std::unique_lock lock(nameMutex);
-    hasBeenNamed.wait(lock, [this] { return isNamed; });
+    hasBeenNamed.wait(lock, [this]() REQUIRES(nameMutex) { return isNamed; });
 }
 
 void TaskLoop::StopLoop()
@@ -219,8 +234,7 @@ bool TaskLoop::FetchNextEvent(std::uint64_t nowNs, std::uint64_t& waitNs, LoopTa
         armedDueTimeNs = dueTimeNs;
         return false;
     }
-    out = taskQueue.top();
-    taskQueue.pop();
+    out = taskQueue.TakeHead();
     currentTask = &out;
     return true;
 }

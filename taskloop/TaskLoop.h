@@ -1,6 +1,7 @@
 #pragma once
 
 #include "plugin/OwnedHandle.h"
+#include "plugin/ThreadSafety.h"
 #include "taskloop/LoopTask.h"
 
 #include <atomic>
@@ -76,14 +77,14 @@ public:
     /// due time cannot be expressed, and nothing was added.
     std::uint64_t PostDelayedTask(std::uint64_t delayNs, std::function<void()> callback)
     {
-        return Post(false, delayNs, std::move(callback), [this] { ResetTimerIfNeedLocked(); });
+        return Post(false, delayNs, std::move(callback), [this]() REQUIRES(queueMutex) { ResetTimerIfNeedLocked(); });
     }
 
     /// Adds a task to be run every `intervalNs` nanoseconds, counted from the end of the run before; the first time that
     /// long from now. An interval of 0 runs it once. Results as for `PostDelayedTask`.
     std::uint64_t PostPeriodicTask(std::uint64_t intervalNs, std::function<void()> callback)
     {
-        return Post(true, intervalNs, std::move(callback), [this] { ResetTimerIfNeedLocked(); });
+        return Post(true, intervalNs, std::move(callback), [this]() REQUIRES(queueMutex) { ResetTimerIfNeedLocked(); });
     }
 
 private:
@@ -98,6 +99,9 @@ private:
     public:
         /// Takes the first task of the storage that has this id out, if there is one.
         std::optional<LoopTask> TakeFirst(std::uint64_t eventId);
+
+        /// Takes the head out. Nothing is copied, so that it cannot fail for want of memory.
+        LoopTask TakeHead();
     };
 
     // The identity of a task is the time at which it was added; there is no counter. This is intended.
@@ -137,33 +141,35 @@ private:
     TASK_LOOP_API void WaitNextEvent(std::uint64_t waitMs);
 
     /// With `queueMutex` held: signals when the loop is not sleeping towards the head's due time.
-    TASK_LOOP_API void ResetTimerIfNeedLocked();
+    TASK_LOOP_API void ResetTimerIfNeedLocked() REQUIRES(queueMutex);
     TASK_LOOP_API void WakeUp();
     TASK_LOOP_API static std::uint64_t NanosecondSinceSystemStart();
 
     void StartThread();
+    void AwaitName();
     void JoinThread();
     void AppendThreadIdToName();
     bool RunHeadIfDue(std::uint64_t& waitNs);
     void RunCurrentTask(LoopTask& task);
-    bool QueueLooksEmpty() const;
+    bool QueueLooksEmpty() const NO_THREAD_SAFETY_ANALYSIS; // without queueMutex: intended
 
     // Returned for a queue that was empty, and passed on as milliseconds: about 24.8 days.
     static constexpr std::uint64_t emptyQueue = 2147483647;
 
     std::string name; // written by the loop's thread before `StartLoop` returns
-    TaskQueue taskQueue;
+    TaskQueue taskQueue GUARDED_BY(queueMutex);
     std::unique_ptr<std::thread> thread;
-    std::mutex queueMutex;         // guards taskQueue, armedDueTimeNs and currentTask
+    std::mutex queueMutex;
     std::atomic<bool> busy{false}; // cleared after each pass; nothing sets it: intended
     std::atomic<bool> stopRequested{false};
     std::atomic<bool> running{false};
-    std::uint64_t armedDueTimeNs = 0; // due time of the head that the loop last found not yet due
-    LoopTask* currentTask = nullptr;  // the loop thread's copy of the task that it is running
-    std::mutex waitMutex;             // for the timed wait alone; a leaf
+    std::uint64_t
+        armedDueTimeNs GUARDED_BY(queueMutex) = 0;          // due time of the head that the loop last found not yet due
+    LoopTask* currentTask GUARDED_BY(queueMutex) = nullptr; // the loop thread's copy of the task that it is running
+    std::mutex waitMutex;                                   // for the timed wait alone; a leaf
     std::condition_variable wakeCondition;
-    std::mutex nameMutex; // guards isNamed; a leaf, also taken under queueMutex
+    std::mutex nameMutex; // a leaf, also taken under queueMutex
     std::condition_variable hasBeenNamed;
-    bool isNamed = false;     // whether the loop's thread has written its name
-    OwnedHandle threadHandle; // of the loop's thread; written by that before the name
+    bool isNamed GUARDED_BY(nameMutex) = false; // whether the loop's thread has written its name
+    OwnedHandle threadHandle;                   // of the loop's thread; written by that before the name
 };

@@ -5,7 +5,8 @@
 namespace Qva::TipsSdk
 {
 
-/// Makes, shows and closes tips. One object for the process, owned by the library. Any thread may call it.
+/// Makes, shows and closes tips. One object for the process, owned by the library. Any thread may call it. Out of a call
+/// of its operations, the host must not call the plug-in's `Init` or `UnInit` on the same thread.
 class QVA_TIPS_API OrbTipsManager
 {
 public:

@@ -29,7 +29,7 @@ public:
     virtual void SetCloseDelay(std::uint64_t delayMs) = 0;
 
     /// The callback runs on a thread of the tips library, or inside `OrbTipsManager::Show`. It may call any operation
-    /// of `OrbTipsManager`.
+    /// of `OrbTipsManager`. `CloseTips` destroys it, also out of itself: what it has captured is then gone.
     virtual void SetReplyCallback(const ReplyCallback& callback) = 0;
 };
 

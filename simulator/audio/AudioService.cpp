@@ -6,6 +6,8 @@
 #include "simulator/audio/ServiceCore.h"
 #include "simulator/audio/TaskMemory.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 #include <utility>
@@ -222,7 +224,32 @@ float AudioService::Volume(std::string_view label) const
 
 void AudioService::SetVolume(std::string_view label, float volume)
 {
-    ChangeEndpoint(label, [&](EndpointModel&, Endpoint& endpoint) { endpoint.volume = volume; });
+    ChangeEndpoint(label, [&](EndpointModel&, Endpoint& endpoint) { endpoint.SetVolume(volume); });
+}
+
+bool AudioService::StepDefaultVolume(float step)
+{
+    return ServiceCore::Instance().Change(
+        [&](EndpointModel& model)
+        {
+            const EndpointPointer endpoint = model.Default(eRender, eConsole);
+            if (endpoint)
+            {
+                endpoint->SetVolume(std::clamp(endpoint->volume + step, 0.0F, 1.0F));
+            }
+            return endpoint != nullptr;
+        });
+}
+
+bool AudioService::WaitForVolume(std::string_view label, float volume, float tolerance,
+                                 std::chrono::milliseconds limit) const
+{
+    const auto isAtIt = [&](const EndpointModel& model)
+    {
+        const EndpointPointer endpoint = model.ByLabel(label);
+        return endpoint && std::abs(endpoint->volume - volume) <= tolerance;
+    };
+    return ServiceCore::Instance().WaitFor(isAtIt, limit);
 }
 
 bool AudioService::Muted(std::string_view label) const

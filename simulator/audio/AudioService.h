@@ -55,7 +55,8 @@ enum class Creation
 /// when it is shown again. Each change of a default is reported once for each role, after the change that caused it.
 ///
 /// Timeline, told by "audio": calls that create, change or register something, when they end; with SetVerbose all
-/// others too. Told by "notify": each notification, right before a client is called; with SetVerbose also its return.
+/// others too; and each change of a volume, whoever makes it, as it happens: "Volume <label> <old> -> <new>". Told by
+/// "notify": each notification, right before a client is called; with SetVerbose also its return.
 ///
 /// Faults: every call but AddRef and Release is entered in the FaultPlan as "<interface>::<method>", such as
 /// "IMMDevice::GetId" or "IPolicyConfigDefault::SetDefaultEndpoint", creations as "CoCreateInstance::MMDeviceEnumerator",
@@ -105,7 +106,13 @@ public:
     // --- volume ---
 
     float Volume(std::string_view label) const;
+    /// What the user does with the slider. Any level is taken, also one that no client could set.
     void SetVolume(std::string_view label, float volume);
+    /// What the shell does on a volume key: adds `step` to the level of the default render endpoint of the console role,
+    /// within 0 and 1. False when there is no such endpoint.
+    bool StepDefaultVolume(float step);
+    /// Waits until the endpoint exists and its level is within `tolerance` of that. False when `limit` has passed before.
+    bool WaitForVolume(std::string_view label, float volume, float tolerance, std::chrono::milliseconds limit) const;
     bool Muted(std::string_view label) const;
     void SetMuted(std::string_view label, bool muted);
     /// The event context of the last volume or mute change that a client made; none when it gave a null pointer or there

@@ -39,7 +39,7 @@ void SetVerbose(bool verbose)
 std::string ResultText(HRESULT result)
 {
     char text[11];
-    std::snprintf(text, sizeof text, "0x%08lX", static_cast<unsigned long>(result));
+    std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(result));
     return text;
 }
 

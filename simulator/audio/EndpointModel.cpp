@@ -2,6 +2,8 @@
 
 #include "simulator/audio/AudioIdentifiers.h"
 #include "simulator/audio/EndpointIds.h"
+#include "simulator/audio/LevelText.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,6 +22,15 @@ DWORD Endpoint::State() const
         return DEVICE_STATE_DISABLED;
     }
     return plugged ? DEVICE_STATE_ACTIVE : DEVICE_STATE_UNPLUGGED;
+}
+
+void Endpoint::SetVolume(float level)
+{
+    if (level != volume)
+    {
+        Timeline::Instance().Add("audio", "Volume " + label + " " + LevelText(volume) + " -> " + LevelText(level));
+    }
+    volume = level;
 }
 
 EndpointPointer EndpointModel::Add(const EndpointOptions& options)

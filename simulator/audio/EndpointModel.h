@@ -34,6 +34,9 @@ struct Endpoint
     bool removed = false;                   // true: only clients' objects still know it
 
     DWORD State() const;
+
+    /// Tells the timeline when that is another level.
+    void SetVolume(float level);
 };
 
 using EndpointPointer = std::shared_ptr<Endpoint>;

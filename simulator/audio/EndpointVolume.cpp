@@ -1,22 +1,14 @@
 #include "simulator/audio/EndpointVolume.h"
 
 #include "simulator/audio/AudioIdentifiers.h"
+#include "simulator/audio/LevelText.h"
 #include "simulator/audio/ServiceCore.h"
-
-#include <cstdio>
 
 namespace sim
 {
 
 namespace
 {
-
-std::string LevelText(FLOAT level)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", static_cast<double>(level));
-    return text;
-}
 
 std::optional<GUID> CopyOf(LPCGUID context)
 {
@@ -144,7 +136,7 @@ HRESULT EndpointVolume::ChangeLevel(FLOAT level, LPCGUID context)
             {
                 return deviceInvalidated;
             }
-            endpoint_->volume = level;
+            endpoint_->SetVolume(level);
             endpoint_->volumeContext = CopyOf(context);
             return S_OK;
         });

@@ -1,13 +1,31 @@
 #include "simulator/program/ActionRunner.h"
 
 #include "simulator/audio/AudioService.h"
+#include "simulator/host/strings/StringsControl.h"
+#include "simulator/host/tips/TipsControl.h"
 #include "simulator/program/AudioTerms.h"
+#include "simulator/program/ScenarioFailure.h"
 #include "simulator/timeline/FaultPlan.h"
+#include "simulator/timeline/Timeline.h"
 
+#include <chrono>
+#include <optional>
 #include <variant>
 
 namespace sim
 {
+
+namespace
+{
+
+constexpr std::chrono::seconds answerLimit{30};
+
+TipReply ToReply(const scenario::AnswerTip& answer)
+{
+    return {answer.event, FromUtf8(answer.param)};
+}
+
+} // namespace
 
 void ActionRunner::Run(const scenario::Action& action)
 {
@@ -86,6 +104,48 @@ void ActionRunner::Do(const scenario::FailCalls& action)
 void ActionRunner::Do(const scenario::SucceedCalls&)
 {
     FaultPlan::Instance().Clear();
+}
+
+void ActionRunner::Do(const scenario::ThrowFromCalls& action)
+{
+    FaultPlan::Instance().ThrowFrom(action.call, action.nth);
+}
+
+void ActionRunner::Do(const scenario::AnswerTip& action)
+{
+    const std::uint64_t answer = TipsControl::Answer(ToReply(action));
+    if (answer == 0)
+    {
+        throw ScenarioFailure("no tip is showing");
+    }
+    if (!TipsControl::WaitForAnswer(answer, answerLimit))
+    {
+        throw ScenarioFailure("the answer's callback has not returned");
+    }
+}
+
+void ActionRunner::Do(const scenario::ChangeVolume& action)
+{
+    AudioService::Instance().SetVolume(action.endpoint, action.level);
+}
+
+void ActionRunner::Do(const scenario::TipsBehave& action)
+{
+    using scenario::TipsFault;
+    TipsControl::SetManagerMissing(action.fault == TipsFault::NoManager);
+    TipsControl::SetCreateFails(action.fault == TipsFault::CannotBeCreated);
+    const bool inside = action.fault == TipsFault::AnswerInsideShow;
+    TipsControl::SetAnswerInsideShow(inside ? std::optional(ToReply(action.answer)) : std::nullopt);
+}
+
+void ActionRunner::Do(const scenario::ChangeCulture& action)
+{
+    StringsControl::SetCulture(action.culture);
+}
+
+void ActionRunner::Do(const scenario::LosePlaceholder& action)
+{
+    StringsControl::LoadTableWithout(FromUtf8(action.placeholder));
 }
 
 } // namespace sim

@@ -32,6 +32,12 @@ private:
     static void Do(const scenario::ChangeDefault& action);
     static void Do(const scenario::FailCalls& action);
     static void Do(const scenario::SucceedCalls& action);
+    static void Do(const scenario::ThrowFromCalls& action);
+    static void Do(const scenario::AnswerTip& action);
+    static void Do(const scenario::ChangeVolume& action);
+    static void Do(const scenario::TipsBehave& action);
+    static void Do(const scenario::ChangeCulture& action);
+    static void Do(const scenario::LosePlaceholder& action);
 
     HostSide& host_;
     World& world_;

@@ -1,6 +1,8 @@
 #include "simulator/program/ExpectationChecker.h"
 
 #include "simulator/audio/AudioService.h"
+#include "simulator/audio/LevelText.h"
+#include "simulator/host/tips/TipsControl.h"
 #include "simulator/program/AudioTerms.h"
 #include "simulator/program/EventMatch.h"
 #include "simulator/program/ScenarioFailure.h"
@@ -8,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <thread>
 #include <variant>
 
@@ -18,6 +21,27 @@ namespace
 {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr float levelTolerance = 0.00001F; // steps add up to levels that are not exact
+
+/// The tip's field, as UTF-8.
+std::string FieldText(const TipDescription& tip, scenario::TipField field)
+{
+    switch (field)
+    {
+    case scenario::TipField::Icon:
+        return ToUtf8(tip.icon);
+    case scenario::TipField::Title:
+        return ToUtf8(tip.title);
+    case scenario::TipField::FirstButton:
+        return ToUtf8(tip.firstButton);
+    case scenario::TipField::SecondButton:
+        return ToUtf8(tip.secondButton);
+    case scenario::TipField::Content:
+        break;
+    }
+    return ToUtf8(tip.content);
+}
 
 constexpr scenario::Milliseconds readInterval{250}; // between two questions for a feature state
 
@@ -142,6 +166,40 @@ void ExpectationChecker::Examine(const scenario::ExpectFeature& expectation) con
     {
         throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the state is " +
                               std::to_string(state));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectTip& expectation)
+{
+    const std::string after = "after " + std::to_string(expectation.within.count()) + " ms ";
+    const std::optional<TipDescription> tip = TipsControl::WaitForShowing(expectation.within);
+    if (!tip)
+    {
+        throw ScenarioFailure(after + "no tip is showing");
+    }
+    const std::string text = FieldText(*tip, expectation.field);
+    if (!scenario::Matches(expectation.text, text))
+    {
+        throw ScenarioFailure("the tip has " + Quoted(text));
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectNoTip& expectation)
+{
+    if (!TipsControl::WaitForNoneShowing(expectation.within))
+    {
+        throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms a tip is still showing");
+    }
+}
+
+void ExpectationChecker::Examine(const scenario::ExpectVolume& expectation)
+{
+    const AudioService& audio = AudioService::Instance();
+    if (!audio.WaitForVolume(expectation.endpoint, expectation.level, levelTolerance, expectation.within))
+    {
+        throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the volume is " +
+                              (audio.HasEndpoint(expectation.endpoint) ? LevelText(audio.Volume(expectation.endpoint))
+                                                                       : "none, there is no such endpoint"));
     }
 }
 

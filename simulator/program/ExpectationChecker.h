@@ -33,6 +33,9 @@ private:
     static void Examine(const scenario::ExpectDefault& expectation);
     static void Examine(const scenario::ExpectEndpoint& expectation);
     void Examine(const scenario::ExpectFeature& expectation) const;
+    static void Examine(const scenario::ExpectTip& expectation);
+    static void Examine(const scenario::ExpectNoTip& expectation);
+    static void Examine(const scenario::ExpectVolume& expectation);
     void Examine(const scenario::ExpectTook& expectation) const;
 
     std::size_t EventsInOrder(const std::vector<scenario::Event>& events) const;

@@ -18,6 +18,8 @@ class PluginModule
 public:
     explicit PluginModule(const std::filesystem::path& file);
 
+    HMODULE Handle() const { return module_.get(); }
+
     /// A new plug-in, to be given back to Destroy; null when the module makes none.
     VynProviderPlugin* Create() const { return create_(); }
     void Destroy(VynProviderPlugin* plugin) const { destroy_(plugin); }

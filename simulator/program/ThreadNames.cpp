@@ -20,7 +20,17 @@ std::string IpcThreadName(const TimelineEntry& entry)
     return verb == "deliver" ? "ipc " + client : "";
 }
 
-/// The name of a thread that tells such a thing; empty when the entry does not give it away.
+std::string TipsThreadName(const TimelineEntry& entry)
+{
+    if (entry.what.starts_with("reply "))
+    {
+        return "tips";
+    }
+    return entry.what == "auto-closed" ? "tips clock" : "loop";
+}
+
+/// The name of a thread that tells such a thing; empty when the entry does not give it away. The module's loop is known
+/// by elimination: the other threads on which endpoints are dealt with or tips are set up tell something else first.
 std::string LearnName(const TimelineEntry& entry)
 {
     if (entry.who == "notify")
@@ -34,6 +44,14 @@ std::string LearnName(const TimelineEntry& entry)
     if (entry.who == "service")
     {
         return "service";
+    }
+    if (entry.who == "tips")
+    {
+        return TipsThreadName(entry);
+    }
+    if (entry.who == "audio" && entry.what.starts_with("CoCreateInstance "))
+    {
+        return "loop";
     }
     return entry.who == "log3" && entry.what.starts_with("CooperateThreadFunc thread") ? "worker" : "";
 }

@@ -13,7 +13,8 @@ namespace
 
 constexpr std::pair<std::string_view, const char*> colours[] = {
     {"scenario", "\x1b[1m"}, {"host", "\x1b[32m"},   {"audio", "\x1b[35m"}, {"notify", "\x1b[36m"},
-    {"log3", "\x1b[2m"},     {"log4", "\x1b[1;31m"}, {"tips", "\x1b[33m"},
+    {"log3", "\x1b[2m"},     {"log4", "\x1b[1;31m"}, {"tips", "\x1b[33m"},  {"card", "\x1b[1;33m"},
+    {"keys", "\x1b[1;35m"},  {"fault", "\x1b[31m"},
 };
 
 const char* ColourOf(std::string_view who)

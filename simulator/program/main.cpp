@@ -1,5 +1,7 @@
 // The host program: loads the module, runs a scenario around it, and prints what happens.
 #include "simulator/host/HostControl.h"
+#include "simulator/host/tips/TipsControl.h"
+#include "simulator/keys/VolumeKeys.h"
 #include "simulator/program/ExitStatus.h"
 #include "simulator/program/HostSide.h"
 #include "simulator/program/Options.h"
@@ -8,6 +10,7 @@
 #include "simulator/program/ServiceProcess.h"
 #include "simulator/program/ThreadNames.h"
 #include "simulator/program/TimelinePrinter.h"
+#include "simulator/program/TipCard.h"
 #include "simulator/program/Watchdog.h"
 #include "simulator/program/World.h"
 #include "simulator/program/scenario/Scenario.h"
@@ -102,6 +105,24 @@ ExitStatus Report(const sim::ScenarioRunner& runner, bool held)
     return held ? ExitStatus::Held : ExitStatus::Failed;
 }
 
+/// Never unloaded, as in the host: the module's threads may outlive its plug-in.
+const sim::PluginModule& LoadModule()
+{
+    static const auto* const module = new sim::PluginModule(BesideThisProgram(L"HeadsetAdapterPlugin.dll"));
+    // The module may press keys as long as it is there.
+    static const auto* const keys = new sim::VolumeKeys(module->Handle());
+    static_cast<void>(keys);
+    return *module;
+}
+
+void TellCard(const sim::TipDescription& tip)
+{
+    for (const std::string& line : sim::TipCard(tip))
+    {
+        sim::Timeline::Instance().Add("card", line);
+    }
+}
+
 ExitStatus Play(const sim::Options& options, const sim::scenario::Scenario& scenario)
 {
     sim::Watchdog watchdog(options.interactive ? std::chrono::seconds(0) : options.limit);
@@ -112,9 +133,8 @@ ExitStatus Play(const sim::Options& options, const sim::scenario::Scenario& scen
 
     sim::ServiceProcess service(ServiceProgram(options), sim::HostControl::Instance().IpcBus());
     sim::World world(service);
-    // Never unloaded, as in the host: the module's threads may outlive its plug-in.
-    static const auto* const module = new sim::PluginModule(BesideThisProgram(L"HeadsetAdapterPlugin.dll"));
-    sim::HostSide host(*module);
+    sim::HostSide host(LoadModule());
+    sim::TipsControl::SetShownHook(&TellCard);
     sim::ScenarioRunner runner(options.interactive ? "input" : options.scenario, host, world, service, names, watchdog);
     if (options.interactive)
     {
@@ -122,6 +142,7 @@ ExitStatus Play(const sim::Options& options, const sim::scenario::Scenario& scen
         return runner.Leave() ? ExitStatus::Held : ExitStatus::Failed;
     }
     const bool held = runner.Run(scenario);
+    sim::Timeline::Instance().SetListener({}); // threads may still be at work; the result is the last line
     return Report(runner, held);
 }
 

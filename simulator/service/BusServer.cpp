@@ -212,9 +212,10 @@ void BusServer::JoinServed()
     std::vector<std::shared_ptr<Client>> served;
     {
         const std::scoped_lock lock(mutex_);
-        const auto rest = std::ranges::partition(clients_, [](const auto& client) { return !client->served; });
-        served.assign(rest.begin(), rest.end());
-        clients_.erase(rest.begin(), rest.end());
+        const auto rest = std::partition(clients_.begin(), clients_.end(), // a range of these is too much for clang 14
+                                         [](const auto& client) { return !client->served; });
+        served.assign(rest, clients_.end());
+        clients_.erase(rest, clients_.end());
     }
     std::ranges::for_each(served, [](const auto& client) { client->thread.join(); });
 }

@@ -1,7 +1,10 @@
 #include "simulator/timeline/FaultPlan.h"
 
+#include "simulator/timeline/Timeline.h"
+
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -15,9 +18,9 @@ struct Fault
 {
     std::string name;
     bool isPrefix;
-    std::uint32_t nth;  // 0: every matching call
-    std::uint32_t seen; // matching calls since the fault was planned
-    std::int32_t result;
+    std::uint32_t nth;                  // 0: every matching call
+    std::uint32_t seen;                 // matching calls since the fault was planned
+    std::optional<std::int32_t> result; // none: the call throws
 
     bool Matches(std::string_view call) const { return isPrefix ? call.starts_with(name) : call == name; }
     bool StrikesNow()
@@ -35,10 +38,26 @@ struct FaultPlan::State
     std::vector<Fault> faults;
     std::map<std::string, std::uint32_t, std::less<>> calls;
 
-    void Plan(std::string_view name, bool isPrefix, std::uint32_t nth, std::int32_t result)
+    void Plan(std::string_view name, bool isPrefix, std::uint32_t nth, std::optional<std::int32_t> result)
     {
         const std::scoped_lock lock(mutex);
         faults.push_back({std::string(name), isPrefix, nth, 0, result});
+    }
+
+    /// Counts the call; the first planned fault that strikes it, none when there is none.
+    std::optional<Fault> Strike(std::string_view call)
+    {
+        const std::scoped_lock lock(mutex);
+        ++calls[std::string(call)];
+        std::optional<Fault> striking;
+        for (Fault& fault : faults)
+        {
+            if (fault.Matches(call) && fault.StrikesNow() && !striking)
+            {
+                striking = fault;
+            }
+        }
+        return striking;
     }
 };
 
@@ -68,6 +87,11 @@ void FaultPlan::FailNthOf(std::string_view prefix, std::uint32_t nth, std::int32
     state_->Plan(prefix, true, nth, result);
 }
 
+void FaultPlan::ThrowFrom(std::string_view call, std::uint32_t nth)
+{
+    state_->Plan(call, false, nth, std::nullopt);
+}
+
 void FaultPlan::Clear()
 {
     const std::scoped_lock lock(state_->mutex);
@@ -88,17 +112,17 @@ std::uint32_t FaultPlan::Calls(std::string_view prefix) const
 
 std::optional<std::int32_t> FaultPlan::Enter(std::string_view call)
 {
-    const std::scoped_lock lock(state_->mutex);
-    ++state_->calls[std::string(call)];
-    std::optional<std::int32_t> result;
-    for (Fault& fault : state_->faults)
+    const std::optional<Fault> fault = state_->Strike(call);
+    if (!fault)
     {
-        if (fault.Matches(call) && fault.StrikesNow() && !result)
-        {
-            result = fault.result;
-        }
+        return std::nullopt;
     }
-    return result;
+    if (!fault->result)
+    {
+        Timeline::Instance().Add("fault", std::string(call) + " throws");
+        throw std::runtime_error(std::string(call));
+    }
+    return fault->result;
 }
 
 } // namespace sim

@@ -30,13 +30,18 @@ public:
     /// Lets the `nth` call of all calls whose name begins with `prefix` fail, counted from now on.
     void FailNthOf(std::string_view prefix, std::uint32_t nth, std::int32_t result);
 
+    /// Lets the `nth` call of that name from now on throw a std::runtime_error, whose text is the name; 0 lets all of
+    /// them throw. The timeline is told, by "fault": "<name> throws". A throwing call does and changes nothing.
+    void ThrowFrom(std::string_view call, std::uint32_t nth);
+
     /// Forgets every fault and every count.
     void Clear();
 
     /// Calls entered since the last `Clear` whose name begins with `prefix`.
     std::uint32_t Calls(std::string_view prefix) const;
 
-    /// For the stand-ins: counts the call, and gives the result with which it has to fail, if it has to.
+    /// For the stand-ins: counts the call, and gives the result with which it has to fail, if it has to. Throws when the
+    /// call has to throw; the stand-in has changed nothing yet, and lets the exception out.
     std::optional<std::int32_t> Enter(std::string_view call);
 
     FaultPlan(const FaultPlan&) = delete;

@@ -29,9 +29,12 @@ struct TimelineEntry
 /// - "log3", "log4": a line of the module, by its level
 /// - "host": a call of the provider proxy
 /// - "ipc": a call of the IPC library, or a message that it delivers
-/// - "audio": a call of the audio service's COM objects, and its result
+/// - "audio": a call of the audio service's COM objects, and its result; a change of a volume
 /// - "notify": a notification that the audio service delivers
-/// - "tips", "strings": a call of the tips library or the string tables
+/// - "tips", "strings": a call of the tips library or the string tables; what becomes of a tip
+/// - "card": a tip as the user sees it, told by the host program
+/// - "keys": a key press of the module
+/// - "fault": a call that throws as planned
 /// - "scenario", "test": what a scenario or a test does
 ///
 /// One object for the process. Every operation may be called from any thread.

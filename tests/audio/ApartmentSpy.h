@@ -38,20 +38,24 @@ private:
     {
         sim::Timeline::Instance().Add("test", reserved == nullptr ? call : call + " with an argument");
     }
+    // Whoever waits for what is told may destroy the spy then: it is not used any more afterwards.
     static HRESULT STDAPICALLTYPE Enter(void* reserved)
     {
+        const auto original = Current()->enter_.Original<HRESULT STDAPICALLTYPE(void*)>();
         Tell("CoInitialize", reserved);
-        return Current()->enter_.Original<HRESULT STDAPICALLTYPE(void*)>()(reserved);
+        return original(reserved);
     }
     static HRESULT STDAPICALLTYPE EnterEx(void* reserved, DWORD model)
     {
+        const auto original = Current()->enterEx_.Original<HRESULT STDAPICALLTYPE(void*, DWORD)>();
         Tell("CoInitializeEx " + std::to_string(model), reserved);
-        return Current()->enterEx_.Original<HRESULT STDAPICALLTYPE(void*, DWORD)>()(reserved, model);
+        return original(reserved, model);
     }
     static void STDAPICALLTYPE Leave()
     {
+        const auto original = Current()->leave_.Original<void STDAPICALLTYPE()>();
         Tell("CoUninitialize", nullptr);
-        Current()->leave_.Original<void STDAPICALLTYPE()>()();
+        original();
     }
 
     ImportPatch enter_;

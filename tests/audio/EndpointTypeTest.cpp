@@ -24,7 +24,11 @@ protected:
         record.deviceTypeID = 7; // shows whether it is written
         record.deviceMacAddr = "before";
     }
-    ~EndpointTypeTest() override { EXPECT_EQ(properties.Release(), 1U); }
+    ~EndpointTypeTest() override
+    {
+        EXPECT_EQ(properties.Release(), 1U);
+        properties.Release();
+    }
 
     void AddHeadsetNode() { nodes.AddHeadset(test::headsetAddress, container); }
 

@@ -53,6 +53,13 @@ TEST_F(StereoDefaultTest, TheConsoleCallAloneDecides)
     EXPECT_TRUE(handler->SetStereoDefaultEndPoint(key));
 }
 
+TEST_F(StereoDefaultTest, AnEndpointThatPlaysNothingIsNotMadeADefault)
+{
+    Insert(L"id", "eCapture", 1, key);
+    EXPECT_FALSE(handler->SetStereoDefaultEndPoint(key));
+    EXPECT_THAT(Audio(), ElementsAre("audio CoCreateInstance PolicyConfigDefault -> 0x00000000"));
+}
+
 TEST_F(StereoDefaultTest, AHiddenEndpointCannotBeADefault)
 {
     HaveHeadset({.address = test::headsetAddress, .visible = false});

@@ -22,7 +22,7 @@ EXPOSE_PRIVATE(ConnectorStates, &HeadsetConnector::devStatsMap);
 EXPOSE_PRIVATE(ConnectorMutex, &HeadsetConnector::devStatsMutex);
 EXPOSE_PRIVATE(ConnectorIsConnectDev, &HeadsetConnector::IsConnectDev);
 EXPOSE_PRIVATE(ConnectorServerWorking, &HeadsetConnector::serverWorking);
-EXPOSE_PRIVATE(ConnectorEvent, &HeadsetConnector::serverReadyEvent);
+EXPOSE_PRIVATE(ConnectorEvent, &HeadsetConnector::serverReady);
 
 namespace test
 {

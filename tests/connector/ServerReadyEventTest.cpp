@@ -63,7 +63,8 @@ private:
 
 TEST(ServerReadyEvent, IsThereOnceItIsMade)
 {
-    ServerReadyEvent event;
+    OwnedHandle handle;
+    ServerReadyEvent event(handle);
     EXPECT_EQ(event.Wait(0), std::nullopt);
     EXPECT_EQ(event.CreateIfMissing(), true);
     EXPECT_EQ(event.CreateIfMissing(), std::nullopt);
@@ -75,7 +76,8 @@ TEST(ServerReadyEvent, IsThereOnceItIsMade)
 
 TEST(ServerReadyEvent, AWaiterGoesOnOnlyWhenTheAnnouncementHasTakenEffect)
 {
-    ServerReadyEvent event;
+    OwnedHandle handle;
+    ServerReadyEvent event(handle);
     event.CreateIfMissing();
     const SettleWatch watch(event);
     std::future<std::optional<DWORD>> wait; // ends after the announcement
@@ -90,7 +92,8 @@ TEST(ServerReadyEvent, AWaiterGoesOnOnlyWhenTheAnnouncementHasTakenEffect)
 
 TEST(ServerReadyEvent, AnAnnouncementThatNobodySettlesIsSettledAtItsEnd)
 {
-    ServerReadyEvent event;
+    OwnedHandle handle;
+    ServerReadyEvent event(handle);
     event.CreateIfMissing();
     const SettleWatch watch(event);
     std::future<std::optional<DWORD>> wait; // ends after the announcement
@@ -105,7 +108,8 @@ TEST(ServerReadyEvent, AnAnnouncementThatNobodySettlesIsSettledAtItsEnd)
 
 TEST(ServerReadyEvent, AWaitIsOfAHandleOfItsOwn)
 {
-    ServerReadyEvent event;
+    OwnedHandle handle;
+    ServerReadyEvent event(handle);
     event.CreateIfMissing();
     const SettleWatch watch(event);
     std::future<std::optional<DWORD>> wait; // ends after the announcement
@@ -126,7 +130,8 @@ BOOL WINAPI NoCopy(HANDLE, HANDLE, HANDLE, LPHANDLE, DWORD, BOOL, DWORD)
 
 TEST(ServerReadyEvent, AWaitWithoutAHandleOfItsOwnFails)
 {
-    ServerReadyEvent event;
+    OwnedHandle handle;
+    ServerReadyEvent event(handle);
     event.CreateIfMissing();
     const ImportPatch patch(nullptr, "KERNEL32.dll", "DuplicateHandle", &NoCopy);
     EXPECT_EQ(event.Wait(20'000), 4294967295U);

@@ -1,4 +1,5 @@
 // Everything at once, for half a minute.
+#include "simulator/keys/VolumeKeys.h"
 #include "tests/contract/ContractTest.h"
 
 #include <windows.h>
@@ -130,6 +131,7 @@ protected:
     }
 
 private:
+    sim::VolumeKeys keys_{module.Handle()};
     std::atomic<bool> over_ = false;
     std::vector<std::thread> threads_;
 };

@@ -51,6 +51,21 @@ TEST_F(CooperationQueue, ReleaseOfNothingQueuedIsSilent)
     EXPECT_THAT(Log(), IsEmpty());
 }
 
+BOOL WINAPI RefuseDuplicate(HANDLE, HANDLE, HANDLE, LPHANDLE, DWORD, BOOL, DWORD)
+{
+    SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+    return FALSE;
+}
+
+TEST_F(CooperationQueue, ReleaseSignalsAlsoWhenNoFurtherHandleCanBeMade)
+{
+    SetPending(mac, 3);
+    const ImportPatch refused(nullptr, "KERNEL32.dll", "DuplicateHandle", &RefuseDuplicate);
+    handler->ReleaseCoopTask(mac, 3);
+    EXPECT_THAT(Log(), ElementsAre(Line("ReleaseCoopTask", "ui SetEvent packageName: **15")));
+    EXPECT_TRUE(IsPendingSignalled());
+}
+
 TEST_F(CooperationQueue, ReleaseSignalsThePendingCooperation)
 {
     Queue(mac, 3);

@@ -25,7 +25,7 @@ EXPOSE_PRIVATE(PendingKind, &HeadsetAudioFeatureHandler::pendingKind);
 EXPOSE_PRIVATE(PendingEvent, &HeadsetAudioFeatureHandler::pendingEvent);
 EXPOSE_PRIVATE(Proxy, &HeadsetAudioFeatureHandler::ipcProxy);
 EXPOSE_PRIVATE(ServerWorking, &HeadsetAudioFeatureHandler::serverWorking);
-EXPOSE_PRIVATE(ServerReady, &HeadsetAudioFeatureHandler::serverReadyEvent);
+EXPOSE_PRIVATE(ServerReady, &HeadsetAudioFeatureHandler::serverReady);
 EXPOSE_PRIVATE(VolumeLoop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
 EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
 EXPOSE_PRIVATE(VolumeMutex, &HeadsetAudioFeatureHandler::volumeMutex);

@@ -3,6 +3,7 @@
 #include "audio/ModuleEndpoints.h"
 #include "connector/HeadsetConnector.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
+#include "simulator/keys/VolumeKeys.h"
 #include "tests/lockorder/LockWatch.h"
 #include "tests/lockorder/Routine.h"
 #include "tests/support/PrivateAccess.h"
@@ -20,14 +21,16 @@ EXPOSE_PRIVATE(CoopMutex, &HeadsetAudioFeatureHandler::coopMutex);
 EXPOSE_PRIVATE(DeviceChangeMutex, &HeadsetAudioFeatureHandler::deviceChangeMutex);
 EXPOSE_PRIVATE(FeatureStateMutex, &HeadsetAudioFeatureHandler::featureStateMutex);
 EXPOSE_PRIVATE(ProxyMutex, &HeadsetAudioFeatureHandler::proxyMutex);
+EXPOSE_PRIVATE(LoopLifeMutex, &HeadsetAudioFeatureHandler::loopLifeMutex);
+EXPOSE_PRIVATE(TipMutex, &HeadsetAudioFeatureHandler::tipMutex);
 EXPOSE_PRIVATE(VolumeMutex, &HeadsetAudioFeatureHandler::volumeMutex);
 EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
 EXPOSE_PRIVATE(VolumeTaskLoop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
 EXPOSE_PRIVATE(QueueMutex, &TaskLoop::queueMutex);
 EXPOSE_PRIVATE(WaitMutex, &TaskLoop::waitMutex);
 EXPOSE_PRIVATE(NameMutex, &TaskLoop::nameMutex);
-EXPOSE_PRIVATE(HandlerServerReady, &HeadsetAudioFeatureHandler::serverReadyEvent);
-EXPOSE_PRIVATE(ConnecterServerReady, &HeadsetConnector::serverReadyEvent);
+EXPOSE_PRIVATE(HandlerServerReady, &HeadsetAudioFeatureHandler::serverReady);
+EXPOSE_PRIVATE(ConnecterServerReady, &HeadsetConnector::serverReady);
 EXPOSE_PRIVATE(ConnecterProxyMutex, &HeadsetConnector::proxyMutex);
 EXPOSE_PRIVATE(ServerReadyMutex, &ServerReadyEvent::mutex_);
 EXPOSE_PRIVATE(CallbackMutex, &CMMNotificationClient::callbackMutex_);
@@ -54,6 +57,8 @@ protected:
         Name(test::VolumeMutex{}, "volumeMutex", 2);
         Name(test::CoopMutex{}, "coopMutex", 9);
         Name(test::ProxyMutex{}, "proxyMutex", 9);
+        Name(test::TipMutex{}, "tipMutex", 8);
+        Name(test::LoopLifeMutex{}, "loopLifeMutex", 1);
         watch.Name((*connecter).*MemberOf(test::DevStatsMutex{}), "devStatsMutex", 8);
         watch.Name((*connecter).*MemberOf(test::StatesMutex{}), "statesMutex", 9);
         watch.Name((*connecter).*MemberOf(test::ConnecterProxyMutex{}), "connecter's proxyMutex", 9);
@@ -88,6 +93,7 @@ protected:
     }
 
     test::Watchdog watchdog{std::chrono::seconds(50)};
+    sim::VolumeKeys keys{nullptr};
     test::LockWatch watch{nullptr};
     std::shared_ptr<HeadsetConnector> connecter = std::make_shared<HeadsetConnector>();
     std::shared_ptr<HeadsetAudioFeatureHandler> handler = std::make_shared<HeadsetAudioFeatureHandler>();
@@ -112,6 +118,10 @@ TEST_F(LockOrder, HoldsThroughADay)
     EXPECT_TRUE(watch.Saw("deviceChangeMutex", "defaultSetMutex"));
     EXPECT_TRUE(watch.Saw("featureStateMutex", "defaultSetMutex"));
     EXPECT_TRUE(watch.Saw("volumeMutex", "queueMutex"));
+    EXPECT_TRUE(watch.Saw("volumeMutex", "tipMutex"));
+    EXPECT_TRUE(watch.Saw("tipMutex", "queueMutex"));
+    EXPECT_TRUE(watch.Saw("loopLifeMutex", "volumeMutex"));
+    EXPECT_TRUE(watch.Saw("volumeMutex", "endpointMutex"));
     EXPECT_TRUE(watch.Saw("queueMutex", "nameMutex"));
 }
 

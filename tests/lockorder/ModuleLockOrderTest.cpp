@@ -1,5 +1,6 @@
 // The shipped module takes its locks in no circle, whatever they are called.
 #include "simulator/host/HostControl.h"
+#include "simulator/keys/VolumeKeys.h"
 #include "tests/lockorder/LockWatch.h"
 #include "tests/lockorder/Routine.h"
 #include "tests/support/PluginModule.h"
@@ -21,6 +22,7 @@ TEST(ModuleLockOrder, HasNoCircle)
 {
     test::Routine day;
     const test::PluginModule module;
+    const sim::VolumeKeys keys(module.Handle());
     test::LockWatch watch(module.Handle());
     const test::Plugin plugin(module);
     plugin->Init();

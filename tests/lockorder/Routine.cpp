@@ -1,6 +1,7 @@
 #include "tests/lockorder/Routine.h"
 
 #include "simulator/host/HostControl.h"
+#include "simulator/host/tips/TipsControl.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <gtest/gtest.h>
@@ -63,7 +64,7 @@ void Routine::Run(VynCore::IDevConnecter& connecter, VynCore::IDevFeatureHandler
     connecter.QueryConnectedDevAsync();
     SwitchOff(handler);
     ChangeEndpoints();
-    service_.SendDeviceChange(1, "Phone", "Computer", key);
+    MoveAudio();
     service_.SendConnectState(0xA203F0, 12, Buds());
     Await("log3", "DelLostDev begin(HeadsetConnector::DelLostDev)");
 }
@@ -80,6 +81,20 @@ void Routine::SwitchOff(VynCore::IDevFeatureHandler& handler)
 {
     EXPECT_EQ(handler.DisableFeature(Device()), 0);
     Await("log3", "Current Download end :**15(HeadsetAudioFeatureHandler::CooperateThreadFunc)", 2);
+}
+
+void Routine::MoveAudio()
+{
+    const std::string reconnectStart = "try reconnect Start (HeadsetAudioFeatureHandler::TipHandleCallback::"
+                                       "<lambda_45b38742df94e93c75fb4d1ae156629d>::operator ())";
+    service_.SendDeviceChange(1, "Phone", "Computer", key);
+    Await("tips", "Show");
+    EXPECT_NE(sim::TipsControl::Answer({9, L"secondBtn"}), 0U);
+    if (!sim::Timeline::Instance().WaitFor("log3", reconnectStart, 500ms))
+    {
+        service_.SendDeviceChange(1, "Phone", "Computer", key); // wakes a loop that has missed the click
+    }
+    Await("log3", reconnectStart);
 }
 
 void Routine::ChangeEndpoints()

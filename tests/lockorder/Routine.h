@@ -25,6 +25,9 @@ private:
     void SwitchOff(VynCore::IDevFeatureHandler& handler);
     void ChangeEndpoints();
 
+    /// To a phone; the user wants it back.
+    void MoveAudio();
+
     sim::BluetoothDevices devices_;
     sim::ConnectivityService service_;
 };

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -67,6 +68,23 @@ TEST_F(LogTest, AByteOutsideOfAsciiDoesNotCutTheLine)
     Log::Info("A::B", "name=", std::string("\xE9-"), "end");
     ASSERT_EQ(LogLines().size(), 1U);
     EXPECT_THAT(LogLines()[0], EndsWith("-end(A::B)"));
+}
+
+TEST_F(LogTest, ALineThatCannotBeWrittenIsLost)
+{
+    sim::Timeline::Instance().SetListener(
+        [](const sim::TimelineEntry& entry)
+        {
+            if (entry.what.starts_with("lost"))
+            {
+                throw std::bad_alloc();
+            }
+        });
+    EXPECT_NO_THROW(Log::Info("A::B", "lost"));
+    EXPECT_NO_THROW(Log::Error("A::B", "lost"));
+    Log::Info("A::B", "kept");
+    sim::Timeline::Instance().SetListener({});
+    EXPECT_EQ(LogLines().back(), "3 kept(A::B)");
 }
 
 TEST_F(LogTest, LinesOfManyThreadsStayWhole)

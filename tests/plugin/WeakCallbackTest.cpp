@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -78,6 +79,31 @@ TEST(WeakCallback, RunsForAProviderWithoutASharedOwner)
     Tool tool;
     tool.Callback()(std::string("first"));
     EXPECT_THAT(tool.calls, ElementsAre("first"));
+}
+
+/// Makes a callback when it is already going.
+struct GoingTool : VynCore::IToolProvider
+{
+    ~GoingTool() override
+    {
+        made = WeakCallback(this, [&hasRun = hasRun] { hasRun = true; });
+    }
+
+    std::int32_t RunTool(const std::string&) override { return 0; }
+
+    GoingTool(std::function<void()>& callback, bool& flag) : made(callback), hasRun(flag) {}
+    std::function<void()>& made;
+    bool& hasRun;
+};
+
+TEST(WeakCallback, MadeWhileTheLastOwnerLetsGoDoesNothing)
+{
+    std::function<void()> made;
+    bool hasRun = false;
+    std::make_shared<GoingTool>(made, hasRun).reset();
+    ASSERT_TRUE(made);
+    made();
+    EXPECT_FALSE(hasRun);
 }
 
 TEST(WeakCallback, LetsNoExceptionOut)

@@ -15,6 +15,7 @@ EXPOSE_PRIVATE(LoopBusy, &TaskLoop::busy);
 EXPOSE_PRIVATE(LoopStopRequested, &TaskLoop::stopRequested);
 EXPOSE_PRIVATE(LoopArmedDueTime, &TaskLoop::armedDueTimeNs);
 EXPOSE_PRIVATE(LoopCurrentTask, &TaskLoop::currentTask);
+EXPOSE_PRIVATE(LoopThread, &TaskLoop::thread);
 EXPOSE_PRIVATE(LoopProcessQueuedEvent, &TaskLoop::ProcessQueuedEvent);
 EXPOSE_PRIVATE(LoopFetchNextEvent, &TaskLoop::FetchNextEvent);
 EXPOSE_PRIVATE(LoopProcessEvent, &TaskLoop::ProcessEvent);

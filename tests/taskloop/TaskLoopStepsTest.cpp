@@ -83,6 +83,27 @@ TEST(TaskLoopProcess, TheRunningTaskIsTheCurrentOneAndNoLockIsHeld)
     EXPECT_FALSE(locked);
 }
 
+/// What a task holds; copying it could fail for want of memory.
+struct CountedCopies
+{
+    explicit CountedCopies(int& count) : copies(count) {}
+    CountedCopies(const CountedCopies& other) : copies(other.copies) { ++copies; }
+    void operator()() const {}
+
+    int& copies;
+};
+
+TEST(TaskLoopProcess, NothingIsCopiedWhenATaskIsTaken)
+{
+    TaskLoop loop("Copies");
+    int copies = 0;
+    Field<LoopQueue>(loop).push(TaskDueAt(1, 1, CountedCopies(copies)));
+    copies = 0;
+    Call<LoopProcessQueuedEvent>(loop);
+    EXPECT_TRUE(Field<LoopQueue>(loop).empty());
+    EXPECT_EQ(copies, 0);
+}
+
 TEST(TaskLoopProcess, ATaskWithoutIntervalIsNotQueuedAgain)
 {
     TaskLoop loop("NoInterval");

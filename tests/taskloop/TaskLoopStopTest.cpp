@@ -233,11 +233,11 @@ TEST(TaskLoopStop, APeriodicTaskThatIsRunningStaysQueuedAndRunsNoMore)
 
 TEST(TaskLoopStop, OnTheLoopsThreadThrowsWhatJoinThrows)
 {
-    // Its thread stays joinable, so its destructor would end the process: it is never destroyed.
-    auto* const loop = new TaskLoop("StopSelf");
+    // Its thread stays joinable, so its destructor would end the process: the thread is joined here.
+    const auto loop = std::make_unique<TaskLoop>("StopSelf");
     std::promise<std::error_code> result;
     loop->PostTask(
-        [&, loop]
+        [&]
         {
             try
             {
@@ -254,6 +254,7 @@ TEST(TaskLoopStop, OnTheLoopsThreadThrowsWhatJoinThrows)
     ASSERT_EQ(future.wait_for(generousLimit), std::future_status::ready);
     EXPECT_EQ(future.get(), std::errc::resource_deadlock_would_occur);
     EXPECT_FALSE(loop->IsRunning());
+    Field<LoopThread>(*loop)->join();
 }
 
 TEST(TaskLoopStop, IsDoneByTheDestructor)

@@ -1,7 +1,9 @@
 #include "simulator/host/strings/StringsControl.h"
 
-#include <map>
+#include "simulator/host/strings/StringTable.h"
+
 #include <mutex>
+#include <utility>
 
 namespace sim
 {
@@ -9,24 +11,13 @@ namespace sim
 namespace
 {
 
-using Table = std::map<std::wstring, std::wstring, std::less<>>;
-
-Table EnglishTexts()
-{
-    return {
-        {L"IDS_AMBREL_RECONNECT_TITLE_NAME", L"Headset audio"},
-        {L"IDS_AMBREL_EARPHONE_CHANGE", L"The audio of {0} has moved to {1}."},
-        {L"IDS_AMBREL_EARPHONE_CHANGE_TURN_VOLUME",
-         L"The audio of {0} has moved to {1}. The volume of this computer has been turned down."},
-        {L"IDS_NEARPAIR_KNOW", L"Got it"},
-        {L"IDS_ACCESSORIES_RECONNECT", L"Reconnect"},
-    };
-}
+constexpr const char* firstCulture = "en";
 
 struct Strings
 {
-    std::mutex mutex;
-    Table texts = EnglishTexts(); // guarded by mutex
+    std::mutex mutex;                          // guards the fields below
+    std::string culture = firstCulture;        // that of the table
+    StringTable texts = TableOf(firstCulture); // with what has been changed
 };
 
 Strings& State()
@@ -36,7 +27,39 @@ Strings& State()
     return *state;
 }
 
+void Erase(std::wstring& text, std::wstring_view part)
+{
+    for (std::size_t at = text.find(part); !part.empty() && at != std::wstring::npos; at = text.find(part))
+    {
+        text.erase(at, part.size());
+    }
+}
+
 } // namespace
+
+void StringsControl::SetCulture(std::string_view culture)
+{
+    StringTable texts = TableOf(culture);
+    const std::scoped_lock lock(State().mutex);
+    State().culture = culture;
+    State().texts = std::move(texts);
+}
+
+std::string StringsControl::Culture()
+{
+    const std::scoped_lock lock(State().mutex);
+    return State().culture;
+}
+
+void StringsControl::LoadTableWithout(std::wstring_view placeholder)
+{
+    const std::scoped_lock lock(State().mutex);
+    State().texts = TableOf(State().culture);
+    for (auto& [id, text] : State().texts)
+    {
+        Erase(text, placeholder);
+    }
+}
 
 void StringsControl::SetText(std::wstring_view id, std::wstring_view text)
 {
@@ -52,8 +75,7 @@ void StringsControl::RemoveText(std::wstring_view id)
 
 void StringsControl::Reset()
 {
-    const std::scoped_lock lock(State().mutex);
-    State().texts = EnglishTexts();
+    SetCulture(firstCulture);
 }
 
 std::wstring StringsControl::Text(std::wstring_view id)

@@ -1,6 +1,7 @@
 #include "uistrings/UICulture.h"
 
 #include "simulator/host/strings/StringsControl.h"
+#include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
 namespace DuiLib
@@ -20,7 +21,7 @@ UICulture& UICulture::GetInstance()
 std::wstring UICulture::GetString(const std::wstring& id) const
 {
     sim::Timeline::Instance().Add("strings", L"UICulture::GetString " + id);
-    return sim::StringsControl::Text(id);
+    return sim::FaultPlan::Instance().Enter("UICulture::GetString") ? L"" : sim::StringsControl::Text(id);
 }
 
 } // namespace DuiLib

@@ -1,5 +1,6 @@
 #include "simulator/host/tips/RecordingTip.h"
 
+#include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
 namespace sim
@@ -8,67 +9,108 @@ namespace sim
 namespace
 {
 
-void Record(const std::string& call, const std::string& value)
+std::string Text(const std::wstring& value)
 {
-    Timeline::Instance().Add("tips", call + " " + value);
+    return "\"" + ToUtf8(value) + "\"";
 }
 
-void RecordText(const std::string& call, const std::wstring& text)
+template <typename Number> std::string Text(Number value)
 {
-    Record(call, "\"" + ToUtf8(text) + "\"");
+    return std::to_string(value);
+}
+
+/// "SetTitleTxt" for "TipsBase::SetTitleTxt".
+std::string OwnName(const std::string& call)
+{
+    return call.substr(call.rfind(':') + 1);
+}
+
+/// Tells the timeline of a setter; whether it is to do its work.
+bool Enter(const std::string& call, const std::string& value)
+{
+    Timeline::Instance().Add("tips", OwnName(call) + " " + value);
+    return !FaultPlan::Instance().Enter(call);
 }
 
 } // namespace
 
+RecordingTip::RecordingTip(std::uint64_t number, const void* owner, Qva::TipsSdk::EnmTipsType type, int tipsId)
+    : number_(number)
+{
+    description_.number = number;
+    description_.owner = owner;
+    description_.type = static_cast<std::int32_t>(type);
+    description_.tipsId = tipsId;
+}
+
+template <typename Value> void RecordingTip::Set(const char* call, Value TipDescription::*field, const Value& value)
+{
+    if (Enter(call, Text(value)))
+    {
+        const std::scoped_lock lock(mutex_);
+        description_.*field = value;
+    }
+}
+
 void RecordingTip::SetPriority(Qva::TipsSdk::PopupPriority priority)
 {
-    Record("SetPriority", std::to_string(static_cast<std::int32_t>(priority)));
+    Set("TipsBase::SetPriority", &TipDescription::priority, static_cast<std::int32_t>(priority));
 }
 
 void RecordingTip::SetTitleIcon(const std::wstring& path)
 {
-    RecordText("SetTitleIcon", path);
+    Set("TipsBase::SetTitleIcon", &TipDescription::icon, path);
 }
 
 void RecordingTip::SetTitleTxt(const std::wstring& text)
 {
-    RecordText("SetTitleTxt", text);
+    Set("TipsBase::SetTitleTxt", &TipDescription::title, text);
 }
 
 void RecordingTip::SetAutoClose(bool autoClose)
 {
-    Record("SetAutoClose", std::to_string(autoClose));
+    Set("TipsBase::SetAutoClose", &TipDescription::autoClose, autoClose);
 }
 
 void RecordingTip::SetAutoCloseToNotificationCenter(bool toNotificationCenter)
 {
-    Record("SetAutoCloseToNotificationCenter", std::to_string(toNotificationCenter));
+    Set("TipsBase::SetAutoCloseToNotificationCenter", &TipDescription::toNotificationCenter, toNotificationCenter);
 }
 
 void RecordingTip::SetCloseDelay(std::uint64_t delayMs)
 {
-    Record("SetCloseDelay", std::to_string(delayMs));
+    Set("TipsBase::SetCloseDelay", &TipDescription::closeDelayMs, delayMs);
 }
 
 void RecordingTip::SetReplyCallback(const ReplyCallback& callback)
 {
-    Record("SetReplyCallback", callback ? "set" : "empty");
-    replyCallback_ = callback;
+    if (Enter("TipsBase::SetReplyCallback", callback ? "set" : "empty"))
+    {
+        reply_->Set(callback);
+        const std::scoped_lock lock(mutex_);
+        description_.hasCallback = static_cast<bool>(callback);
+    }
 }
 
 void RecordingTip::SetContentTxt(const std::wstring& text)
 {
-    RecordText("SetContentTxt", text);
+    Set("TipsPopUpWnd::SetContentTxt", &TipDescription::content, text);
 }
 
 void RecordingTip::SetFirstBtnNameTxt(const std::wstring& text)
 {
-    RecordText("SetFirstBtnNameTxt", text);
+    Set("TipsPopUpWnd::SetFirstBtnNameTxt", &TipDescription::firstButton, text);
 }
 
 void RecordingTip::SetSecondBtnNameTxt(const std::wstring& text)
 {
-    RecordText("SetSecondBtnNameTxt", text);
+    Set("TipsPopUpWnd::SetSecondBtnNameTxt", &TipDescription::secondButton, text);
+}
+
+TipDescription RecordingTip::Description() const
+{
+    const std::scoped_lock lock(mutex_);
+    return description_;
 }
 
 } // namespace sim

@@ -2,6 +2,10 @@
 
 #include "simulator/host/tips/RecordingTip.h"
 
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -15,21 +19,44 @@ namespace sim
 class TipRegister
 {
 public:
+    using TipPointer = std::shared_ptr<RecordingTip>;
+
     static TipRegister& Instance();
 
-    Qva::TipsSdk::TipsBase* Create();
-    bool Exists(const Qva::TipsSdk::TipsBase* tip) const;
+    Qva::TipsSdk::TipsBase* Create(const void* owner, Qva::TipsSdk::EnmTipsType type, int tipsId);
+    bool Exists(const Qva::TipsSdk::TipsBase* tip) const { return Find(tip) != nullptr; }
+    std::size_t Count() const;
+
+    TipPointer Find(const Qva::TipsSdk::TipsBase* tip) const; // null when there is no such tip
+    TipPointer FindNumber(std::uint64_t number) const;        // the same
+
+    /// From now on it is the tip that is showing.
+    void SetShowing(const TipPointer& tip);
+    TipPointer Showing() const; // null when none is
+
+    /// Waits until a tip is showing, or none. False when `limit` has passed before.
+    bool WaitForShowing(bool showing, std::chrono::milliseconds limit) const;
 
     /// Destroys the tip. Returns false when there is no such tip.
     bool Close(const Qva::TipsSdk::TipsBase* tip);
+    bool CloseNumber(std::uint64_t number);
+    void CloseAll();
+
+    /// Whether the callback of a tip that is closed is kept.
+    void SetKeepsCallbacks(bool keeps);
+    ReplyHolder::Callback KeptCallback() const; // empty when none is
 
 private:
-    using Tips = std::vector<std::unique_ptr<RecordingTip>>;
+    TipPointer FindLocked(const std::function<bool(const RecordingTip&)>& matches) const;
+    bool Destroy(const TipPointer& tip);
 
-    Tips::const_iterator FindLocked(const Qva::TipsSdk::TipsBase* tip) const;
-
-    mutable std::mutex mutex_;
-    Tips tips_; // guarded by mutex_
+    mutable std::mutex mutex_; // guards the fields below; neither callbacks nor tips are destroyed with it held
+    mutable std::condition_variable changed_;
+    std::vector<TipPointer> tips_;
+    TipPointer showing_;
+    std::uint64_t created_ = 0;
+    bool keepsCallbacks_ = false;
+    ReplyHolder::Callback kept_;
 };
 
 } // namespace sim

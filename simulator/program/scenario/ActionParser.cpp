@@ -11,6 +11,7 @@ namespace sim::scenario
 namespace
 {
 
+constexpr std::int32_t buttonEvent = 9; // the reply event of a click
 constexpr std::int32_t unspecifiedError = static_cast<std::int32_t>(0x80004005);
 
 template <typename Value> using Choice = std::pair<std::string_view, Value>;
@@ -49,7 +50,7 @@ Action ParseHost(TokenReader& line, const Names& names)
 
 Action ParseEndpoint(TokenReader& line, const Names& names)
 {
-    const std::string& label = names.KnownEndpoint(line.NeedQuoted("the endpoint's name"));
+    const std::string label = names.KnownEndpoint(line.NeedQuoted("the endpoint's name"));
     line.Need("becomes");
     if (!line.Accept("default"))
     {
@@ -80,6 +81,97 @@ std::int32_t ResultOr(TokenReader& line, std::int32_t otherwise)
     return static_cast<std::int32_t>(result);
 }
 
+/// An answer of any kind: the event's number and the parameter.
+AnswerTip NeedAnswer(TokenReader& line)
+{
+    AnswerTip answer;
+    answer.event = static_cast<std::int32_t>(line.NeedNumber("the reply event's number"));
+    answer.param = line.NeedQuoted("the parameter");
+    return answer;
+}
+
+Action ParseSetVolume(TokenReader& line, const Names& names)
+{
+    const std::string endpoint = names.KnownEndpoint(line.NeedQuoted("the endpoint's name"));
+    line.Need("to");
+    return ChangeVolume{endpoint, line.NeedLevel()};
+}
+
+Action ParseUser(TokenReader& line, const Names& names)
+{
+    enum class Verb
+    {
+        ClickFirst,
+        ClickSecond,
+        Close,
+        Answer,
+        SetVolume,
+    };
+    static constexpr std::array verbs{
+        Choice<Verb>{"clicks first button", Verb::ClickFirst},
+        Choice<Verb>{"clicks second button", Verb::ClickSecond},
+        Choice<Verb>{"closes tip", Verb::Close},
+        Choice<Verb>{"answers", Verb::Answer},
+        Choice<Verb>{"sets volume of", Verb::SetVolume},
+    };
+    switch (line.NeedOneOf<Verb>("what the user does", verbs))
+    {
+    case Verb::ClickFirst:
+        return AnswerTip{buttonEvent, "firstBtn"};
+    case Verb::ClickSecond:
+        return AnswerTip{buttonEvent, "secondBtn"};
+    case Verb::Close:
+        return AnswerTip{buttonEvent, "closeBtn"};
+    case Verb::Answer:
+        return NeedAnswer(line);
+    case Verb::SetVolume:
+        break;
+    }
+    return ParseSetVolume(line, names);
+}
+
+Action ParseTips(TokenReader& line)
+{
+    static constexpr std::array faults{
+        Choice<TipsFault>{"work", TipsFault::None},
+        Choice<TipsFault>{"have no manager", TipsFault::NoManager},
+        Choice<TipsFault>{"cannot be created", TipsFault::CannotBeCreated},
+        Choice<TipsFault>{"answer inside Show", TipsFault::AnswerInsideShow},
+    };
+    TipsBehave behaviour{line.NeedOneOf<TipsFault>("what tips do", faults)};
+    if (behaviour.fault == TipsFault::AnswerInsideShow)
+    {
+        line.Need("with");
+        behaviour.answer = NeedAnswer(line);
+    }
+    return behaviour;
+}
+
+Action ParseStrings(TokenReader& line)
+{
+    enum class Table
+    {
+        English,
+        German,
+        Incomplete,
+    };
+    static constexpr std::array tables{
+        Choice<Table>{"in en", Table::English},
+        Choice<Table>{"in de", Table::German},
+        Choice<Table>{"without", Table::Incomplete},
+    };
+    switch (line.NeedOneOf<Table>("which strings", tables))
+    {
+    case Table::English:
+        return ChangeCulture{"en"};
+    case Table::German:
+        return ChangeCulture{"de"};
+    case Table::Incomplete:
+        break;
+    }
+    return LosePlaceholder{line.NeedQuoted("the placeholder")};
+}
+
 Action ParseCalls(TokenReader& line)
 {
     if (line.Accept("succeed"))
@@ -88,6 +180,10 @@ Action ParseCalls(TokenReader& line)
     }
     line.Need("of");
     FailCalls fault{line.NeedQuoted("the call's name")};
+    if (line.Accept("throw"))
+    {
+        return ThrowFromCalls{fault.prefix};
+    }
     line.Need("fail");
     fault.result = ResultOr(line, unspecifiedError);
     return fault;
@@ -103,6 +199,10 @@ Action ParseCall(TokenReader& line)
     }
     line.Need("of");
     fault.prefix = line.NeedQuoted("the call's name");
+    if (line.Accept("throws"))
+    {
+        return ThrowFromCalls{fault.prefix, fault.nth};
+    }
     line.Need("fails");
     fault.result = ResultOr(line, unspecifiedError);
     return fault;
@@ -174,6 +274,18 @@ std::optional<Action> ParseAction(TokenReader& line, const Names& names)
     if (line.Accept("calls"))
     {
         return ParseCalls(line);
+    }
+    if (line.Accept("user"))
+    {
+        return ParseUser(line, names);
+    }
+    if (line.Accept("tips"))
+    {
+        return ParseTips(line);
+    }
+    if (line.Accept("strings"))
+    {
+        return ParseStrings(line);
     }
     return line.Accept("call") ? std::optional(ParseCall(line)) : std::nullopt;
 }

@@ -6,8 +6,8 @@ namespace sim::scenario
 namespace
 {
 
-constexpr std::string_view tellers[] = {"log3",  "log4",   "host", "ipc",     "service",
-                                        "audio", "notify", "tips", "strings", "scenario"};
+constexpr std::string_view tellers[] = {"log3", "log4", "host", "ipc",     "service", "audio",   "notify",
+                                        "tips", "card", "keys", "strings", "fault",   "scenario"};
 
 } // namespace
 
@@ -28,7 +28,9 @@ Event NeedEvent(TokenReader& line, const Names& names)
     std::optional<Event> event = AcceptEvent(line, names);
     if (!event)
     {
-        line.Refuse("who tells the event (log3, log4, host, ipc, service, audio, notify, tips, strings, scenario)");
+        line.Refuse(
+            "who tells the event (log3, log4, host, ipc, service, audio, notify, tips, card, keys, strings, fault, "
+            "scenario)");
     }
     return *event;
 }

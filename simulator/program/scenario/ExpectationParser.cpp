@@ -58,6 +58,31 @@ Expectation ParseFeature(TokenReader& line, const Names& names)
     return expectation;
 }
 
+Expectation ParseTip(TokenReader& line)
+{
+    static constexpr std::array fields{
+        std::pair<std::string_view, TipField>{"icon", TipField::Icon},
+        std::pair<std::string_view, TipField>{"title", TipField::Title},
+        std::pair<std::string_view, TipField>{"content", TipField::Content},
+        std::pair<std::string_view, TipField>{"first button", TipField::FirstButton},
+        std::pair<std::string_view, TipField>{"second button", TipField::SecondButton},
+    };
+    const auto field = line.NeedOneOf<TipField>("the tip's field", fields);
+    ExpectTip expectation{field, line.NeedQuoted("the field's text"), defaultLimit};
+    expectation.within = TimeAfter(line, "within", defaultLimit);
+    return expectation;
+}
+
+Expectation ParseVolume(TokenReader& line, const Names& names)
+{
+    ExpectVolume expectation;
+    expectation.endpoint = names.KnownEndpoint(line.NeedQuoted("the endpoint's name"));
+    line.Need("is");
+    expectation.level = line.NeedLevel();
+    expectation.within = TimeAfter(line, "within", defaultLimit);
+    return expectation;
+}
+
 Expectation ParseTook(TokenReader& line)
 {
     const Milliseconds least = line.NeedTime();
@@ -82,7 +107,8 @@ Expectation ParseEvents(TokenReader& line, const Names& names)
     std::optional<Event> first = AcceptEvent(line, names);
     if (!first)
     {
-        line.Refuse("what is expected (an event, no, never, exactly, default, endpoint, state of or took)");
+        line.Refuse("what is expected (an event, no, never, exactly, default, endpoint, state of, volume of, "
+                    "tip, no tip or took)");
     }
     ExpectEvents expectation{{*first}, defaultLimit};
     while (line.Accept("then"))
@@ -108,6 +134,18 @@ Expectation ParseExpectation(TokenReader& line, const Names& names)
     if (line.Accept("state of"))
     {
         return ParseFeature(line, names);
+    }
+    if (line.Accept("volume of"))
+    {
+        return ParseVolume(line, names);
+    }
+    if (line.Accept("tip"))
+    {
+        return ParseTip(line);
+    }
+    if (line.Accept("no tip"))
+    {
+        return ExpectNoTip{TimeAfter(line, "within", defaultLimit)};
     }
     if (line.Accept("took"))
     {

@@ -49,7 +49,7 @@ void Names::DeclareHeadset(const std::string& name, std::uint64_t address, bool 
     headsets_.emplace(name, address);
 }
 
-const std::string& Names::KnownHeadset(const std::string& name) const
+std::string Names::KnownHeadset(const std::string& name) const
 {
     if (!headsets_.contains(name))
     {
@@ -58,7 +58,7 @@ const std::string& Names::KnownHeadset(const std::string& name) const
     return name;
 }
 
-const std::string& Names::KnownEndpoint(const std::string& label) const
+std::string Names::KnownEndpoint(const std::string& label) const
 {
     if (!endpoints_.contains(label))
     {

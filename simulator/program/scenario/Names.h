@@ -25,8 +25,8 @@ public:
     void DeclareBuiltIn(const std::string& name);
     void DeclareHeadset(const std::string& name, std::uint64_t address, bool handsFree);
 
-    const std::string& KnownHeadset(const std::string& name) const;
-    const std::string& KnownEndpoint(const std::string& label) const;
+    std::string KnownHeadset(const std::string& name) const;
+    std::string KnownEndpoint(const std::string& label) const;
 
     /// The text with "{NAME}" replaced by the key of the headset of that name, wherever one is declared.
     std::string WithKeys(std::string text) const;

@@ -137,6 +137,52 @@ struct SucceedCalls
 {
 };
 
+/// The calls of that name throw; with a number, only that one from now on.
+struct ThrowFromCalls
+{
+    std::string call;
+    std::uint32_t nth = 0; // 0: all of them
+};
+
+/// The user answers the tip that is showing.
+struct AnswerTip
+{
+    std::int32_t event = 0;
+    std::string param;
+};
+
+struct ChangeVolume
+{
+    std::string endpoint;
+    float level = 0; // 0 to 1
+};
+
+enum class TipsFault
+{
+    None,
+    NoManager,
+    CannotBeCreated,
+    AnswerInsideShow,
+};
+
+/// What goes wrong with tips from now on.
+struct TipsBehave
+{
+    TipsFault fault;
+    AnswerTip answer{}; // inside Show
+};
+
+struct ChangeCulture
+{
+    std::string culture;
+};
+
+/// The string table lacks a placeholder.
+struct LosePlaceholder
+{
+    std::string placeholder;
+};
+
 struct Wait
 {
     Milliseconds time;
@@ -188,6 +234,37 @@ struct ExpectFeature
     Milliseconds within;
 };
 
+enum class TipField
+{
+    Icon,
+    Title,
+    Content,
+    FirstButton,
+    SecondButton,
+};
+
+/// A tip is showing, and its field's text matches (see Matches).
+struct ExpectTip
+{
+    TipField field = TipField::Content;
+    std::string text = "*";
+    Milliseconds within;
+};
+
+/// No tip is showing.
+struct ExpectNoTip
+{
+    Milliseconds within;
+};
+
+/// The endpoint's level, as the timeline would show it.
+struct ExpectVolume
+{
+    std::string endpoint;
+    float level = 0;
+    Milliseconds within;
+};
+
 /// How long the last action took.
 struct ExpectTook
 {
@@ -196,9 +273,10 @@ struct ExpectTook
 };
 
 using Action = std::variant<ServiceAction, HostAction, HeadsetConnects, HeadsetDisconnects, HeadsetEvent, HeadsetMoves,
-                            ChangeEndpoint, ChangeDefault, FailCalls, SucceedCalls>;
-using Expectation =
-    std::variant<ExpectEvents, ExpectCount, ExpectNever, ExpectDefault, ExpectEndpoint, ExpectFeature, ExpectTook>;
+                            ChangeEndpoint, ChangeDefault, FailCalls, SucceedCalls, ThrowFromCalls, AnswerTip,
+                            ChangeVolume, TipsBehave, ChangeCulture, LosePlaceholder>;
+using Expectation = std::variant<ExpectEvents, ExpectCount, ExpectNever, ExpectDefault, ExpectEndpoint, ExpectFeature,
+                                 ExpectTip, ExpectNoTip, ExpectVolume, ExpectTook>;
 
 /// An action that is put off until a time has passed or an event has happened since its line was reached.
 struct Deferred

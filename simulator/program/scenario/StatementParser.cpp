@@ -56,7 +56,7 @@ Action NeedAction(TokenReader& line, const Names& names)
     std::optional<Action> action = ParseAction(line, names);
     if (!action)
     {
-        line.Refuse("an action (service, host, headset, endpoint, call or calls)");
+        line.Refuse("an action (service, host, headset, endpoint, call, calls, user, tips or strings)");
     }
     return *action;
 }
@@ -106,8 +106,8 @@ Statement ParseStatement(TokenReader& line, Names& names)
     std::optional<Action> action = ParseAction(line, names);
     if (!action)
     {
-        line.Refuse("a statement (speaker, microphone, headset, service, host, endpoint, call, calls, after, "
-                    "wait or expect)");
+        line.Refuse("a statement (speaker, microphone, headset, service, host, endpoint, call, calls, user, "
+                    "tips, strings, after, wait or expect)");
     }
     return *action;
 }

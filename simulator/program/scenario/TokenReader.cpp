@@ -150,6 +150,19 @@ std::uint32_t TokenReader::NeedNumber(std::string_view meaning)
     return value;
 }
 
+float TokenReader::NeedLevel()
+{
+    float value = -1;
+    const std::string text = AtEnd() || Next()->kind != TokenKind::Word ? "" : Next()->text;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed);
+    if (error != std::errc() || end != text.data() + text.size() || !(value >= 0 && value <= 1))
+    {
+        Refuse("a level from 0 to 1, such as 0.32,");
+    }
+    ++next_;
+    return value;
+}
+
 void TokenReader::Refuse(std::string_view expected) const
 {
     throw ScenarioError("expected " + std::string(expected) + (AtEnd() ? " where " : " but ") + Shown(Next()));

@@ -41,6 +41,9 @@ public:
     bool TimeIsNext() const;
     std::uint32_t NeedNumber(std::string_view meaning);
 
+    /// A volume level, 0 to 1, such as 0.32.
+    float NeedLevel();
+
     /// One of the words, by the value that stands with it.
     template <typename Value>
     Value NeedOneOf(std::string_view meaning, std::span<const std::pair<std::string_view, Value>> choices)

@@ -1,6 +1,8 @@
 #include "tests/simulator/audio/AudioClient.h"
 
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 namespace
 {
@@ -30,7 +32,47 @@ TEST_F(EndpointVolumeTest, ReadsAndChangesTheLevel)
     service.SetVolume("speaker", 0.75F);
     EXPECT_EQ(volume_->GetMasterVolumeLevelScalar(&level), S_OK);
     EXPECT_EQ(level, 0.75F);
-    EXPECT_THAT(Told(), ElementsAre("SetMasterVolumeLevelScalar speaker 0.32 -> 0x00000000"));
+    EXPECT_THAT(Told(),
+                ElementsAre("Volume speaker 0.5 -> 0.32", "SetMasterVolumeLevelScalar speaker 0.32 -> 0x00000000",
+                            "Volume speaker 0.32 -> 0.75"));
+}
+
+TEST_F(EndpointVolumeTest, TellsOnlyOfALevelThatIsAnother)
+{
+    EXPECT_EQ(volume_->SetMasterVolumeLevelScalar(0.5F, nullptr), S_OK);
+    service.SetVolume("speaker", 0.5F);
+    EXPECT_EQ(volume_->SetMasterVolumeLevelScalar(2.0F, nullptr), E_INVALIDARG);
+    EXPECT_THAT(Told(), ElementsAre("SetMasterVolumeLevelScalar speaker 0.5 -> 0x00000000",
+                                    "SetMasterVolumeLevelScalar speaker 2 -> 0x80070057"));
+}
+
+TEST_F(EndpointVolumeTest, StepsTheDefaultOutputsLevel)
+{
+    service.AddEndpoint({.label = "headphones", .volume = 0.5F});
+    service.SetDefault("headphones", eMultimedia);
+    EXPECT_TRUE(service.StepDefaultVolume(-0.02F));
+    EXPECT_EQ(service.Volume("speaker"), 0.48F);
+    service.SetDefault("headphones", eConsole);
+    EXPECT_TRUE(service.StepDefaultVolume(0.25F));
+    EXPECT_EQ(service.Volume("headphones"), 0.75F);
+    EXPECT_TRUE(service.StepDefaultVolume(0.5F));
+    EXPECT_EQ(service.Volume("headphones"), 1.0F);
+    EXPECT_TRUE(service.StepDefaultVolume(-1.5F));
+    EXPECT_EQ(service.Volume("headphones"), 0.0F);
+    EXPECT_EQ(service.Volume("speaker"), 0.48F);
+    service.SetState("headphones", DEVICE_STATE_NOTPRESENT);
+    service.SetState("speaker", DEVICE_STATE_NOTPRESENT);
+    EXPECT_FALSE(service.StepDefaultVolume(-0.02F));
+}
+
+TEST_F(EndpointVolumeTest, IsWaitedFor)
+{
+    EXPECT_TRUE(service.WaitForVolume("speaker", 0.5F, 0, std::chrono::milliseconds(0)));
+    EXPECT_FALSE(service.WaitForVolume("speaker", 0.51F, 0.005F, std::chrono::milliseconds(10)));
+    EXPECT_FALSE(service.WaitForVolume("nothing", 0.5F, 1, std::chrono::milliseconds(10)));
+    std::thread change([this] { service.SetVolume("speaker", 0.7F); });
+    EXPECT_TRUE(service.WaitForVolume("speaker", 0.7F, 0.001F, std::chrono::seconds(20)));
+    change.join();
 }
 
 TEST_F(EndpointVolumeTest, TakesTheWholeRangeAndNothingElse)

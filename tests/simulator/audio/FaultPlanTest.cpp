@@ -1,6 +1,7 @@
 #include "tests/simulator/audio/AudioClient.h"
 
 #include <cstring>
+#include <stdexcept>
 
 namespace
 {
@@ -268,6 +269,57 @@ TEST_F(AudioFaultPlanTest, APlannedSuccessDoesNoWork)
         EXPECT_EQ(call.make(), S_FALSE);
     }
     EXPECT_EQ(service.RegisteredClients(), 0U);
+}
+
+TEST_F(AudioFaultPlanTest, EachCallThrowsAtItsPlannedTimeAndLeavesNothingBehind)
+{
+    for (const Call& call : Calls())
+    {
+        SCOPED_TRACE(call.name);
+        const auto objects = service.LiveObjects();
+        const auto references = service.LiveReferences();
+        const std::size_t memory = service.LiveMemory();
+        sim::FaultPlan::Instance().ThrowFrom(call.name, 1);
+        EXPECT_THROW(call.make(), std::runtime_error);
+        EXPECT_EQ(service.LiveObjects(), objects);
+        EXPECT_EQ(service.LiveReferences(), references);
+        EXPECT_EQ(service.LiveMemory(), memory);
+        EXPECT_EQ(call.make(), S_OK);
+    }
+    EXPECT_EQ(service.RegisteredClients(), 0U);
+}
+
+TEST_F(AudioFaultPlanTest, AThrownCallTellsItsNameAndChangesNothing)
+{
+    sim::Timeline::Instance().Clear();
+    sim::FaultPlan::Instance().ThrowFrom("IAudioEndpointVolume::SetMasterVolumeLevelScalar", 0);
+    for (int time = 0; time < 2; ++time)
+    {
+        try
+        {
+            volume_->SetMasterVolumeLevelScalar(0.5F, nullptr);
+            ADD_FAILURE() << "it did not throw";
+        }
+        catch (const std::runtime_error& error)
+        {
+            EXPECT_STREQ(error.what(), "IAudioEndpointVolume::SetMasterVolumeLevelScalar");
+        }
+    }
+    EXPECT_EQ(service.Volume("speaker"), 1.0F);
+    EXPECT_THAT(Told(), testing::IsEmpty());
+    EXPECT_THAT(Told("fault"), ElementsAre("IAudioEndpointVolume::SetMasterVolumeLevelScalar throws",
+                                           "IAudioEndpointVolume::SetMasterVolumeLevelScalar throws"));
+    sim::FaultPlan::Instance().Clear();
+    EXPECT_EQ(volume_->SetMasterVolumeLevelScalar(0.5F, nullptr), S_OK);
+}
+
+TEST_F(AudioFaultPlanTest, OfSeveralFaultsOfACallTheFirstOneCounts)
+{
+    sim::FaultPlan::Instance().FailCall("IMMDevice::GetState", 1, planned);
+    sim::FaultPlan::Instance().ThrowFrom("IMMDevice::GetState", 0);
+    DWORD state = 0;
+    EXPECT_EQ(device_->GetState(&state), planned);
+    EXPECT_THROW(device_->GetState(&state), std::runtime_error);
 }
 
 TEST_F(AudioFaultPlanTest, TheFlowOfAnEndpointCanFail)

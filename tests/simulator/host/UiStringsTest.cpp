@@ -1,4 +1,5 @@
 #include "simulator/host/strings/StringsControl.h"
+#include "simulator/timeline/FaultPlan.h"
 #include "uistrings/CDuiString.h"
 #include "uistrings/CoheronUtilClass.h"
 #include "uistrings/UICulture.h"
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 namespace
@@ -15,7 +17,11 @@ class UiStrings : public testing::Test
 {
 protected:
     UiStrings() { sim::StringsControl::Reset(); }
-    ~UiStrings() override { sim::StringsControl::Reset(); }
+    ~UiStrings() override
+    {
+        sim::StringsControl::Reset();
+        sim::FaultPlan::Instance().Clear();
+    }
 };
 
 std::wstring Culture(const std::wstring& id)
@@ -55,6 +61,59 @@ TEST_F(UiStrings, CanBeReplacedAndTakenAway)
     EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"");
     sim::StringsControl::Reset();
     EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"Got it");
+}
+
+TEST_F(UiStrings, SpeakTheLanguageOfTheCulture)
+{
+    EXPECT_EQ(sim::StringsControl::Culture(), "en");
+    sim::StringsControl::SetText(L"IDS_NEARPAIR_KNOW", L"OK");
+    sim::StringsControl::SetCulture("de");
+    EXPECT_EQ(sim::StringsControl::Culture(), "de");
+    EXPECT_EQ(Locale(L"IDS_AMBREL_RECONNECT_TITLE_NAME"), L"Kopfh\u00f6rerton");
+    EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"Verstanden");
+    EXPECT_EQ(Locale(L"IDS_ACCESSORIES_RECONNECT"), L"Erneut verbinden");
+    EXPECT_EQ(Culture(L"IDS_AMBREL_EARPHONE_CHANGE"), L"Der Ton von {0} wird jetzt auf {1} wiedergegeben.");
+    EXPECT_EQ(Culture(L"IDS_AMBREL_EARPHONE_CHANGE_TURN_VOLUME"),
+              L"Der Ton von {0} wird jetzt auf {1} wiedergegeben. Die Lautst\u00e4rke dieses Computers wurde "
+              L"verringert.");
+    sim::StringsControl::SetCulture("en");
+    EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"Got it");
+}
+
+TEST_F(UiStrings, HaveNoTableForAnUnknownCulture)
+{
+    sim::StringsControl::SetCulture("de");
+    EXPECT_THROW(sim::StringsControl::SetCulture("tlh"), std::invalid_argument);
+    EXPECT_EQ(sim::StringsControl::Culture(), "de");
+    EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"Verstanden");
+}
+
+TEST_F(UiStrings, CanLackAPlaceholder)
+{
+    sim::StringsControl::LoadTableWithout(L"{1}");
+    EXPECT_EQ(Culture(L"IDS_AMBREL_EARPHONE_CHANGE"), L"The audio of {0} has moved to .");
+    sim::StringsControl::LoadTableWithout(L"{0}");
+    EXPECT_EQ(Culture(L"IDS_AMBREL_EARPHONE_CHANGE"), L"The audio of  has moved to {1}.");
+    sim::StringsControl::SetCulture("de");
+    sim::StringsControl::LoadTableWithout(L"{0}");
+    EXPECT_EQ(Culture(L"IDS_AMBREL_EARPHONE_CHANGE"), L"Der Ton von  wird jetzt auf {1} wiedergegeben.");
+    sim::StringsControl::LoadTableWithout(L"");
+    EXPECT_EQ(Culture(L"IDS_AMBREL_EARPHONE_CHANGE"), L"Der Ton von {0} wird jetzt auf {1} wiedergegeben.");
+}
+
+TEST_F(UiStrings, FailAndThrowAsPlanned)
+{
+    sim::FaultPlan& faults = sim::FaultPlan::Instance();
+    faults.FailCall("UIStringLocale::GetString", 1, -1);
+    faults.ThrowFrom("UIStringLocale::GetString", 2);
+    faults.FailCall("UICulture::GetString", 1, -1);
+    faults.ThrowFrom("UICulture::GetString", 2);
+    EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"");
+    EXPECT_THROW(Locale(L"IDS_NEARPAIR_KNOW"), std::runtime_error);
+    EXPECT_EQ(Locale(L"IDS_NEARPAIR_KNOW"), L"Got it");
+    EXPECT_EQ(Culture(L"IDS_NEARPAIR_KNOW"), L"");
+    EXPECT_THROW(Culture(L"IDS_NEARPAIR_KNOW"), std::runtime_error);
+    EXPECT_EQ(Culture(L"IDS_NEARPAIR_KNOW"), L"Got it");
 }
 
 TEST_F(UiStrings, AStringsDataIsNeverNull)

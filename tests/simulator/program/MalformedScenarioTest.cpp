@@ -35,7 +35,7 @@ INSTANTIATE_TEST_SUITE_P(
     Lines, MalformedScenario,
     testing::Values(
         Malformed{"dance", "expected a statement (speaker, microphone, headset, service, host, endpoint, call, calls, "
-                           "after, wait or expect) but there is \"dance\""},
+                           "user, tips, strings, after, wait or expect) but there is \"dance\""},
         Malformed{"service", "expected what the service does (starts, stops) where the line ends"},
         Malformed{"service sleeps", "expected what the service does (starts, stops) but there is \"sleeps\""},
         Malformed{"service starts now", "expected the end of the line but there is \"now\""},
@@ -68,26 +68,69 @@ INSTANTIATE_TEST_SUITE_P(
         Malformed{"call x of \"X\" fails", "expected the call's number, 1 for the next one, but there is \"x\""},
         Malformed{"calls of \"X\" fail with 5", "\"5\" is no result: it has to be 0x and up to 8 hexadecimal digits"},
         Malformed{"calls of \"X\" fail with 0x", "\"0x\" is no result: it has to be 0x and up to 8 hexadecimal digits"},
+        Malformed{"call 1 of \"X\" throws with 0x1", "expected the end of the line but there is \"with\""},
+        Malformed{"calls of \"X\" throws", "expected \"fail\" but there is \"throws\""},
+        Malformed{"user", "expected what the user does (clicks first button, clicks second button, closes tip, "
+                          "answers, sets volume of) where the line ends"},
+        Malformed{"user clicks third button",
+                  "expected what the user does (clicks first button, clicks second button, closes tip, answers, sets "
+                  "volume of) but there is \"clicks\""},
+        Malformed{"user clicks first button twice", "expected the end of the line but there is \"twice\""},
+        Malformed{"user answers -1 \"x\"", "expected the reply event's number but there is \"-1\""},
+        Malformed{"user answers 9", "expected the parameter in quotes where the line ends"},
+        Malformed{"user answers 9 secondBtn", "expected the parameter in quotes but there is \"secondBtn\""},
+        Malformed{"user sets volume of \"Boxes\" to 0.5",
+                  "there is no endpoint \"Boxes\"; so far there are \"Buds hands-free\", \"Buds microphone\", "
+                  "\"Buds stereo\", \"Speakers\""},
+        Malformed{"user sets volume of \"Speakers\" 0.5", "expected \"to\" but there is \"0.5\""},
+        Malformed{"user sets volume of \"Speakers\" to",
+                  "expected a level from 0 to 1, such as 0.32, where the line ends"},
+        Malformed{"user sets volume of \"Speakers\" to 1.01",
+                  "expected a level from 0 to 1, such as 0.32, but there is \"1.01\""},
+        Malformed{"user sets volume of \"Speakers\" to -0.1",
+                  "expected a level from 0 to 1, such as 0.32, but there is \"-0.1\""},
+        Malformed{"user sets volume of \"Speakers\" to 0.5x",
+                  "expected a level from 0 to 1, such as 0.32, but there is \"0.5x\""},
+        Malformed{"user sets volume of \"Speakers\" to nan",
+                  "expected a level from 0 to 1, such as 0.32, but there is \"nan\""},
+        Malformed{"tips fail", "expected what tips do (work, have no manager, cannot be created, answer inside Show) "
+                               "but there is \"fail\""},
+        Malformed{"tips answer inside Show", "expected \"with\" where the line ends"},
+        Malformed{"tips answer inside Show with \"x\"",
+                  "expected the reply event's number but there is the text \"x\""},
+        Malformed{"strings in tlh", "expected which strings (in en, in de, without) but there is \"in\""},
+        Malformed{"strings without {1}", "expected the placeholder in quotes but there is \"{1}\""},
         Malformed{"after 1s service starts", "expected \":\" but there is \"service\""},
         Malformed{"after soon: service starts",
-                  "expected who tells the event (log3, log4, host, ipc, service, audio, notify, tips, strings, "
-                  "scenario) but there is \"soon\""},
-        Malformed{"after 1s: wait 1s",
-                  "expected an action (service, host, headset, endpoint, call or calls) but there is \"wait\""},
+                  "expected who tells the event (log3, log4, host, ipc, service, audio, notify, tips, card, keys, "
+                  "strings, fault, scenario) but there is \"soon\""},
+        Malformed{"after 1s: wait 1s", "expected an action (service, host, headset, endpoint, call, calls, user, tips "
+                                       "or strings) but there is \"wait\""},
         Malformed{"wait", "expected a time of at most an hour, such as 200ms or 1.5s, where the line ends"},
         Malformed{"wait 3", "expected a time of at most an hour, such as 200ms or 1.5s, but there is \"3\""},
         Malformed{"wait -3s", "expected a time of at most an hour, such as 200ms or 1.5s, but there is \"-3s\""},
         Malformed{"wait 3601s", "expected a time of at most an hour, such as 200ms or 1.5s, but there is \"3601s\""},
-        Malformed{"expect", "expected what is expected (an event, no, never, exactly, default, endpoint, state of or "
-                            "took) where the line ends"},
+        Malformed{"expect", "expected what is expected (an event, no, never, exactly, default, endpoint, state of, "
+                            "volume of, tip, no tip or took) where the line ends"},
         Malformed{"expect host \"A\" then", "expected who tells the event (log3, log4, host, ipc, service, audio, "
-                                            "notify, tips, strings, scenario) where the line ends"},
+                                            "notify, tips, card, keys, strings, fault, scenario) where the line ends"},
         Malformed{"expect default console is \"Speakers\"",
                   "expected the direction (render, capture) but there is \"is\""},
         Malformed{"expect default console render is \"Boxes\"",
                   "there is no endpoint \"Boxes\"; so far there are \"Buds hands-free\", \"Buds microphone\", "
                   "\"Buds stereo\", \"Speakers\""},
         Malformed{"expect state of \"Buds\" is on", "expected the state, a number but there is \"on\""},
+        Malformed{"expect volume of \"Speakers\" is loud",
+                  "expected a level from 0 to 1, such as 0.32, but there is \"loud\""},
+        Malformed{"expect volume of \"Speakers\"", "expected \"is\" where the line ends"},
+        Malformed{"expect tip",
+                  "expected the tip's field (icon, title, content, first button, second button) where the "
+                  "line ends"},
+        Malformed{"expect tip colour \"red\"",
+                  "expected the tip's field (icon, title, content, first button, second button) but there is "
+                  "\"colour\""},
+        Malformed{"expect tip title", "expected the field's text in quotes where the line ends"},
+        Malformed{"expect no tip for 1s", "expected the end of the line but there is \"for\""},
         Malformed{"expect took 3s to 2s", "the longest time is less than the shortest one"},
         Malformed{"expect exactly host \"A\"", "expected how many but there is \"host\""}));
 

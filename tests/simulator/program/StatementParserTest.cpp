@@ -131,6 +131,55 @@ TEST(StatementParser, ReadsFaults)
     ParseAction<SucceedCalls>("calls succeed");
 }
 
+TEST(StatementParser, ReadsCallsThatThrow)
+{
+    const auto all = ParseAction<ThrowFromCalls>("calls of \"IMMDevice::GetId\" throw");
+    EXPECT_EQ(all.call, "IMMDevice::GetId");
+    EXPECT_EQ(all.nth, 0U);
+    EXPECT_EQ(ParseAction<ThrowFromCalls>("call 3 of \"IMMDevice::GetId\" throws").nth, 3U);
+}
+
+TEST(StatementParser, ReadsWhatTheUserDoes)
+{
+    const auto first = ParseAction<AnswerTip>("user clicks first button");
+    EXPECT_EQ(first.event, 9);
+    EXPECT_EQ(first.param, "firstBtn");
+    EXPECT_EQ(ParseAction<AnswerTip>("user clicks second button").param, "secondBtn");
+    EXPECT_EQ(ParseAction<AnswerTip>("user closes tip").param, "closeBtn");
+    EXPECT_EQ(ParseAction<AnswerTip>("user closes tip").event, 9);
+    const auto other = ParseAction<AnswerTip>("user answers 3 \"SecondBtn\"");
+    EXPECT_EQ(other.event, 3);
+    EXPECT_EQ(other.param, "SecondBtn");
+    const auto volume = ParseAction<ChangeVolume>("user sets volume of \"Buds stereo\" to 0.301");
+    EXPECT_EQ(volume.endpoint, "Buds stereo");
+    EXPECT_EQ(volume.level, 0.301F);
+    EXPECT_EQ(ParseAction<ChangeVolume>("user sets volume of \"Speakers\" to 1").level, 1.0F);
+}
+
+TEST(StatementParser, ReadsWhatGoesWrongWithTips)
+{
+    EXPECT_EQ(ParseAction<TipsBehave>("tips work").fault, TipsFault::None);
+    EXPECT_EQ(ParseAction<TipsBehave>("tips have no manager").fault, TipsFault::NoManager);
+    EXPECT_EQ(ParseAction<TipsBehave>("tips cannot be created").fault, TipsFault::CannotBeCreated);
+    const auto inside = ParseAction<TipsBehave>("tips answer inside Show with 9 \"secondBtn\"");
+    EXPECT_EQ(inside.fault, TipsFault::AnswerInsideShow);
+    EXPECT_EQ(inside.answer.event, 9);
+    EXPECT_EQ(inside.answer.param, "secondBtn");
+}
+
+TEST(StatementParser, ReadsWhichStringsThereAre)
+{
+    EXPECT_EQ(ParseAction<ChangeCulture>("strings in en").culture, "en");
+    EXPECT_EQ(ParseAction<ChangeCulture>("strings in de").culture, "de");
+    EXPECT_EQ(ParseAction<LosePlaceholder>("strings without \"{1}\"").placeholder, "{1}");
+}
+
+TEST(StatementParser, DefersWhatTheUserDoes)
+{
+    const auto deferred = std::get<Deferred>(Parse("after tips \"Show\": user clicks second button"));
+    EXPECT_EQ(std::get<AnswerTip>(deferred.action).param, "secondBtn");
+}
+
 TEST(StatementParser, DefersActionsByTimeOrEvent)
 {
     const auto timed = std::get<Deferred>(Parse("after 500ms: service starts"));
@@ -186,6 +235,37 @@ TEST(StatementParser, ReadsExpectedStates)
     EXPECT_EQ(hidden.state, EndpointState::Disabled);
     EXPECT_EQ(hidden.within, Milliseconds(15000));
     EXPECT_EQ(ParseExpectation<ExpectFeature>("expect state of \"Buds\" is 3").state, 3);
+}
+
+TEST(StatementParser, ReadsExpectedTips)
+{
+    const auto content = ParseExpectation<ExpectTip>("expect tip content \"The*\" within 3s");
+    EXPECT_EQ(content.field, TipField::Content);
+    EXPECT_EQ(content.text, "The*");
+    EXPECT_EQ(content.within, Milliseconds(3000));
+    EXPECT_EQ(ParseExpectation<ExpectTip>("expect tip icon \"\"").field, TipField::Icon);
+    EXPECT_EQ(ParseExpectation<ExpectTip>("expect tip title \"\"").field, TipField::Title);
+    EXPECT_EQ(ParseExpectation<ExpectTip>("expect tip first button \"\"").field, TipField::FirstButton);
+    EXPECT_EQ(ParseExpectation<ExpectTip>("expect tip second button \"\"").field, TipField::SecondButton);
+    EXPECT_EQ(ParseExpectation<ExpectNoTip>("expect no tip").within, Milliseconds(15000));
+    EXPECT_EQ(ParseExpectation<ExpectNoTip>("expect no tip within 1s").within, Milliseconds(1000));
+    EXPECT_EQ(ParseExpectation<ExpectCount>("expect no tips").count, 0U);
+}
+
+TEST(StatementParser, ReadsExpectedVolumes)
+{
+    const auto volume = ParseExpectation<ExpectVolume>("expect volume of \"Speakers\" is 0.32 within 3s");
+    EXPECT_EQ(volume.endpoint, "Speakers");
+    EXPECT_EQ(volume.level, 0.32F);
+    EXPECT_EQ(volume.within, Milliseconds(3000));
+}
+
+TEST(StatementParser, ReadsEventsOfEveryTeller)
+{
+    for (const std::string who : {"tips", "card", "keys", "strings", "fault"})
+    {
+        EXPECT_THAT(ParseExpectation<ExpectEvents>("expect " + who).events, ElementsAre(IsEvent(who, "*")));
+    }
 }
 
 TEST(StatementParser, ReadsExpectedDurations)

@@ -24,6 +24,10 @@ TEST(ThreadNames, LearnsThreadsByWhatTheyTell)
     EXPECT_EQ(NameOf(names, 2, "notify", "OnDeviceAdded Buds stereo"), "notify");
     EXPECT_EQ(NameOf(names, 3, "log3", "CooperateThreadFunc thread(X::CooperateThreadFunc)"), "worker");
     EXPECT_EQ(NameOf(names, 4, "service", "hello 1"), "service");
+    EXPECT_EQ(NameOf(names, 5, "tips", "reply 9 \"secondBtn\""), "tips");
+    EXPECT_EQ(NameOf(names, 6, "tips", "auto-closed"), "tips clock");
+    EXPECT_EQ(NameOf(names, 7, "tips", "IsTipsExist"), "loop");
+    EXPECT_EQ(NameOf(names, 8, "audio", "CoCreateInstance MMDeviceEnumerator -> 0x00000000"), "loop");
 }
 
 TEST(ThreadNames, KeepsWhatItHasLearnt)
@@ -32,6 +36,7 @@ TEST(ThreadNames, KeepsWhatItHasLearnt)
     NameOf(names, 2, "notify", "OnDeviceAdded Buds stereo");
     EXPECT_EQ(NameOf(names, 2, "log3", "something"), "notify");
     EXPECT_EQ(NameOf(names, 2, "ipc", "deliver 7 8"), "notify");
+    EXPECT_EQ(NameOf(names, 2, "audio", "CoCreateInstance MMDeviceEnumerator -> 0x00000000"), "notify");
 }
 
 TEST(ThreadNames, NumbersUnknownThreads)

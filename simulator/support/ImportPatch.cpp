@@ -1,11 +1,11 @@
-#include "tests/support/ImportPatch.h"
+#include "simulator/support/ImportPatch.h"
 
 #include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <stdexcept>
 
-namespace test
+namespace sim
 {
 
 namespace
@@ -105,4 +105,4 @@ bool ImportPatch::IsImported(HMODULE module, const std::string& dll, const std::
     return FindSlot(module, dll, function) != nullptr;
 }
 
-} // namespace test
+} // namespace sim

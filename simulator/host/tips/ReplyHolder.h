@@ -1,0 +1,55 @@
+#pragma once
+
+#include "tips/TipsBase.h"
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace sim
+{
+
+/// The reply callback of one tip. It can be destroyed while it runs.
+///
+/// Shared by the tip and whoever answers it. Every operation may be called from any thread.
+class ReplyHolder
+{
+public:
+    using Callback = Qva::TipsSdk::TipsBase::ReplyCallback;
+
+    ReplyHolder() = default;
+    ~ReplyHolder() { Destroy(); }
+
+    /// Not while it runs, nor after it has been destroyed.
+    void Set(const Callback& callback);
+
+    /// A copy; empty when there is no callback, or no longer.
+    Callback Copy() const;
+
+    /// Calls the callback itself. False when there is none, or no longer.
+    bool CallInPlace(Qva::TipsSdk::EnmReplyEvent event, std::wstring& param);
+
+    /// Destroys the callback for good: at once, also out of the callback itself, unless another thread is inside it; then
+    /// when the last of them leaves it.
+    void Destroy();
+
+    ReplyHolder(const ReplyHolder&) = delete;
+    ReplyHolder& operator=(const ReplyHolder&) = delete;
+
+private:
+    /// A thread's stay inside the callback.
+    class Stay;
+
+    Callback* TakeForDestruction();
+    void DestroyTaken(Callback* callback);
+
+    mutable std::mutex mutex_;                                // guards the fields below
+    alignas(Callback) std::byte storage_[sizeof(Callback)]{}; // of the callback, if there is one
+    Callback* callback_ = nullptr;
+    std::vector<std::thread::id> inside_; // a thread for each of its stays
+    bool isUnwanted_ = false;             // true: destroyed, or to be destroyed
+};
+
+} // namespace sim
