@@ -1,0 +1,62 @@
+#!/usr/bin/env python3
+"""Compares the library that mingw-w64 makes with the tables of its exports and imports.
+
+    check_library.py LIBRARY.dll [--update]
+
+With --update the table of exports is rewritten to fit the library; that of imports is a list of what is allowed, and is
+kept by hand."""
+
+import argparse
+import subprocess
+from pathlib import Path
+
+import dumps
+import microsoft
+import tables
+
+EXPECTED = Path(__file__).resolve().parent / "expected"
+
+
+class Library:
+    """What a library exports and imports."""
+
+    def __init__(self, path):
+        run = subprocess.run([microsoft.llvm_tool("llvm-readobj"), "--coff-exports", "--coff-imports", str(path)],
+                             capture_output=True, text=True, check=True)
+        self.exports = dumps.library_exports(run.stdout)
+        self.imports = dumps.library_imports(run.stdout)
+
+
+def demangle(names):
+    """What GCC's decorated names stand for, by name."""
+    names = sorted(names)
+    run = subprocess.run([microsoft.llvm_tool("llvm-cxxfilt")], input="\n".join(names) + "\n", capture_output=True,
+                         text=True, check=True)
+    return {name: text.replace("[abi:cxx11]", "") for name, text in zip(names, run.stdout.splitlines())}
+
+
+def export_complaints(library, expected=EXPECTED / "exports/mingw-w64.txt"):
+    names = tables.parse_names(tables.Table(expected).lines)
+    return tables.compare_names("exports", names, library.exports, demangle)
+
+
+def import_complaints(library, expected=EXPECTED / "imports/mingw-w64.txt"):
+    """One line for each library that may not be taken from, with what is taken."""
+    allowed = {line.strip().lower() for line in tables.Table(expected).lines}
+    return [f"imports: {name} is not allowed; it is taken for {', '.join(sorted(symbols)) or 'nothing'}"
+            for name, symbols in sorted(library.imports.items()) if name.lower() not in allowed]
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("library", type=Path)
+    parser.add_argument("--update", action="store_true")
+    arguments = parser.parse_args()
+    library = Library(arguments.library)
+    if arguments.update:
+        tables.Table(EXPECTED / "exports/mingw-w64.txt").write(tables.name_lines(demangle(library.exports)))
+    tables.report("The library", export_complaints(library) + import_complaints(library))
+
+
+if __name__ == "__main__":
+    main()

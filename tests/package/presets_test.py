@@ -1,0 +1,70 @@
+#!/usr/bin/env python3
+"""The presets of toolchains that do not run here refer to what exists, and every toolchain has what it should have."""
+import json
+import re
+import subprocess
+import unittest
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+PRESETS = json.loads((ROOT / "CMakePresets.json").read_text())
+CONFIGURE = {preset["name"]: preset for preset in PRESETS["configurePresets"]}
+VISIBLE = {name for name, preset in CONFIGURE.items() if not preset.get("hidden")}  # but for the included ones
+
+
+def inherited(name, key):
+    """The value of a field that is a text, taken from the preset or from the one that it inherits from."""
+    preset = CONFIGURE[name]
+    return preset.get(key) or (inherited(preset["inherits"], key) if "inherits" in preset else None)
+
+
+def variables(name):
+    preset = CONFIGURE[name]
+    base = variables(preset["inherits"]) if "inherits" in preset else {}
+    return {**base, **preset.get("cacheVariables", {})}
+
+
+class Presets(unittest.TestCase):
+    def test_cmake_reads_them_and_offers_those_of_this_system(self):
+        listed = subprocess.run(["cmake", "--list-presets"], cwd=ROOT, text=True, capture_output=True, check=True)
+        names = set(re.findall(r'^ *"([^"]*)"', listed.stdout, re.MULTILINE))
+        self.assertLessEqual({"mingw-debug", "mingw-release", "native"}, names)
+        self.assertFalse([name for name in names if name.startswith(("msvc", "clang-cl"))])
+
+    def test_every_toolchain_has_debug_and_release(self):
+        self.assertEqual(VISIBLE, {"mingw-debug", "mingw-release", "msvc-debug", "msvc-release",
+                                   "clang-cl-debug", "clang-cl-release"})
+        for name in VISIBLE:
+            self.assertEqual(variables(name)["CMAKE_BUILD_TYPE"].lower(), name.rsplit("-", 1)[1], name)
+
+    def test_toolchain_files_exist(self):
+        self.assertEqual(inherited("mingw-release", "toolchainFile"), "${sourceDir}/cmake/mingw-w64.cmake")
+        for name in VISIBLE:
+            if file := inherited(name, "toolchainFile"):
+                self.assertTrue((ROOT / file.replace("${sourceDir}/", "")).is_file(), f"{name}: {file}")
+
+    def test_compilers_are_named_where_no_toolchain_file_does(self):
+        self.assertEqual(variables("msvc-release")["CMAKE_CXX_COMPILER"], "cl")
+        self.assertEqual(variables("clang-cl-release")["CMAKE_CXX_COMPILER"], "clang-cl")
+
+    def test_variables_are_cmakes_or_the_projects_own(self):
+        text = (ROOT / "CMakeLists.txt").read_text()
+        own = set(re.findall(r'option\((\w+)', text)) | set(re.findall(r'set\((\w+)[^)]*\bCACHE\b', text))
+        self.assertIn("HOST_SDK_DIR", own)
+        known = {"CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER"} | own
+        for name in VISIBLE:
+            self.assertLessEqual(variables(name).keys(), known, name)
+
+    def test_what_is_binding_is_set_for_targets_and_not_in_presets(self):
+        for name in VISIBLE:
+            self.assertFalse([variable for variable in variables(name) if "FLAGS" in variable], name)
+
+    def test_the_other_presets_refer_to_configure_presets(self):
+        for kind in ("buildPresets", "testPresets", "packagePresets"):
+            for preset in PRESETS[kind]:
+                self.assertIn(preset["configurePreset"], VISIBLE, preset["name"])
+        self.assertEqual({preset["name"] for preset in PRESETS["buildPresets"]}, VISIBLE)
+
+
+if __name__ == "__main__":
+    unittest.main()
