@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests but the opt-in ones, in parallel.
+# Builds everything and runs all tests but the opt-in ones, in parallel: those of the target, then those of this machine
+# under the sanitizers.
 #   scripts/test.sh [CTEST-OPTION...]
-# Ends with ctest's summary and exit status. BUILD_DIR names another build folder, TEST_JOBS how many tests run at once.
+# With options, which choose some tests, those of the target alone. Ends with ctest's summaries; fails when a test did.
+# BUILD_DIR names another build folder for the target, TEST_JOBS how many tests run at once.
 set -uo pipefail
 # shellcheck source=scripts/lib.sh
 . "$(dirname "$0")/lib.sh"
 
 check_system
-ensure_packages "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}"
+ensure_packages "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}" "${native_packages[@]}"
 build_targets all
 start_wine
 
@@ -15,3 +17,8 @@ start_wine
 jobs=${TEST_JOBS:-$(($(nproc) * 4))}
 say "running the tests, $jobs at a time"
 ctest --test-dir "$build" --parallel "$jobs" --label-exclude '^pulse$' --no-tests=error --output-on-failure "$@" </dev/null
+status=$?
+if [ $# -eq 0 ]; then
+    "$root/scripts/test-native.sh" || status=1
+fi
+exit $status

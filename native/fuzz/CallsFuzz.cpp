@@ -1,0 +1,599 @@
+// Sequences of calls on three threads, beside the module's own, the platform's and the tips library's. What holds however
+// they interleave is looked at when all is quiet again.
+#include "native/fuzz/Harness.h"
+
+#include "audio/ModuleEndpoints.h"
+#include "connector/HeadsetConnector.h"
+#include "feature/HeadsetAudioFeatureHandler.h"
+#include "simulator/audio/AudioService.h"
+#include "simulator/audio/BluetoothDevices.h"
+#include "simulator/host/HostControl.h"
+#include "simulator/host/tips/TipsControl.h"
+#include "simulator/host/wire/Package.h"
+#include "simulator/timeline/FaultPlan.h"
+#include "tests/support/PrivateAccess.h"
+
+#include <sanitizer/lsan_interface.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+EXPOSE_PRIVATE(Queue, &HeadsetAudioFeatureHandler::coopTaskQueue);
+EXPOSE_PRIVATE(CoopMutex, &HeadsetAudioFeatureHandler::coopMutex);
+EXPOSE_PRIVATE(CoopRunning, &HeadsetAudioFeatureHandler::coopRunning);
+EXPOSE_PRIVATE(PendingEvent, &HeadsetAudioFeatureHandler::pendingEvent);
+EXPOSE_PRIVATE(Loop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
+EXPOSE_PRIVATE(TipMutex, &HeadsetAudioFeatureHandler::tipMutex);
+EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
+EXPOSE_PRIVATE(VolumeMutex, &HeadsetAudioFeatureHandler::volumeMutex);
+EXPOSE_PRIVATE(LoopWakeUp, &TaskLoop::WakeUp);
+EXPOSE_PRIVATE(LoopMutex, &TaskLoop::queueMutex);
+EXPOSE_PRIVATE(LoopQueue, &TaskLoop::taskQueue);
+EXPOSE_PRIVATE(LoopTaskAtHand, &TaskLoop::currentTask);
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr auto longestUnrest = 10s;
+constexpr std::size_t threadCount = 3;
+constexpr std::size_t mostCalls = 24;
+
+/// What is called on one thread, and with what. Plain data.
+struct Call
+{
+    std::uint8_t kind;
+    std::uint8_t argument;
+};
+using Calls = std::vector<Call>;
+
+/// Threads that wait for work between the inputs, so that none has to be started for one.
+class Crew
+{
+public:
+    using Work = std::function<void()>;
+
+    Crew()
+    {
+        for (std::size_t number = 0; number < members_.size(); ++number)
+        {
+            std::thread([this, number] { Serve(members_[number]); }).detach();
+        }
+    }
+
+    /// Runs the first of the works on the calling thread and the others, if any, on the crew's; returns when all have
+    /// ended.
+    void Run(std::array<Work, threadCount> works)
+    {
+        for (std::size_t number = 0; number < members_.size(); ++number)
+        {
+            if (works[number + 1])
+            {
+                Give(members_[number], std::move(works[number + 1]));
+            }
+        }
+        works[0]();
+        for (Member& member : members_)
+        {
+            std::unique_lock lock(member.mutex);
+            member.changed.wait(lock, [&] { return !member.work; });
+        }
+    }
+
+private:
+    struct Member
+    {
+        std::mutex mutex;
+        std::condition_variable changed;
+        Work work; // guarded by mutex; none when there is nothing to do, or not any more
+    };
+
+    static void Give(Member& member, Work work)
+    {
+        const std::scoped_lock lock(member.mutex);
+        member.work = std::move(work);
+        member.changed.notify_all();
+    }
+
+    static void Serve(Member& member)
+    {
+        for (;;)
+        {
+            Work work;
+            {
+                std::unique_lock lock(member.mutex);
+                member.changed.wait(lock, [&] { return static_cast<bool>(member.work); });
+                work = member.work;
+            }
+            work();
+            Give(member, nullptr);
+        }
+    }
+
+    std::array<Member, threadCount - 1> members_;
+};
+
+/// A headset of the scene, by its address and by the key that the module has for it.
+struct Headset
+{
+    const char* address;
+    const char* key;
+    const char* model;
+};
+constexpr Headset headsets[] = {{"0A1B2C3D4E5F", "11111822610015", "one"}, {"112233445566", "18838586676582", "two"}};
+
+/// Endpoints of the scene, the speaker first.
+constexpr const char* labels[] = {"speaker", "0A1B2C3D4E5F stereo", "0A1B2C3D4E5F hands-free",
+                                  "0A1B2C3D4E5F microphone", "112233445566 stereo"};
+
+/// Both providers, started, in the middle of everything that calls them.
+class Scene
+{
+public:
+    Scene()
+    {
+        fuzz::ForgetRecords();
+        fuzz::ShortenWaits(1);
+        AddEndpoints();
+        sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 0, -1);
+        feature_->Init();
+        connector_->Init();
+    }
+
+    void Play(const std::array<Calls, threadCount>& parts)
+    {
+        Prepare();
+        std::array<Crew::Work, threadCount> works;
+        for (std::size_t number = 0; number < threadCount; ++number)
+        {
+            if (number == 0 || !parts[number].empty())
+            {
+                works[number] = [this, &part = parts[number]]
+                {
+                    PlayPart(part);
+                };
+            }
+        }
+        crew_.Run(std::move(works));
+        ComeToRest();
+        Check();
+        Tidy();
+    }
+
+private:
+    static void AddEndpoints()
+    {
+        auto& service = sim::AudioService::Instance();
+        static auto* const devices = new sim::BluetoothDevices();
+        for (const Headset& headset : headsets)
+        {
+            devices->AddHeadset(headset.address, sim::HeadsetContainer(headset.address));
+        }
+        service.AddEndpoint({.label = labels[0], .friendlyName = L"Speaker", .containerId = sim::builtInContainer});
+        const GUID one = sim::HeadsetContainer(headsets[0].address);
+        service.AddEndpoint({.label = labels[1], .friendlyName = L"Headphones", .containerId = one});
+        service.AddEndpoint({.label = labels[2], .friendlyName = L"Headset Hands-Free", .containerId = one});
+        service.AddEndpoint({.label = labels[3], .flow = eCapture, .friendlyName = L"Mic", .containerId = one});
+        const GUID two = sim::HeadsetContainer(headsets[1].address);
+        service.AddEndpoint({.label = labels[4], .friendlyName = L"Headphones", .containerId = two});
+    }
+
+    // --- the calls ---
+
+    void PlayPart(const Calls& part)
+    {
+        for (const Call& call : part)
+        {
+            Make(call);
+        }
+    }
+
+    void Make(const Call& call)
+    {
+        using Step = void (Scene::*)(std::uint8_t);
+        static constexpr Step steps[] = {
+            &Scene::Update,        &Scene::Enable,       &Scene::Disable,   &Scene::ChangeEndpoint,
+            &Scene::ChangeDefault, &Scene::SwitchDevice, &Scene::Answer,    &Scene::LetTimePass,
+            &Scene::AskForState,   &Scene::TurnVolume,   &Scene::Connect,   &Scene::Announce,
+            &Scene::Mislead,       &Scene::LetFail,      &Scene::StopFirst, &Scene::StopAndStart,
+        };
+        (this->*steps[call.kind % std::size(steps)])(call.argument);
+    }
+
+    static void Tell(const std::vector<sim::PackageItem>& items, const std::function<void(TagIPCMessageItem&)>& receive)
+    {
+        std::string payload = sim::EncodePackage(items);
+        TagIPCMessageItem item{};
+        item.moduleId = 10616832;
+        item.dataLength = static_cast<std::int32_t>(payload.size());
+        item.data = payload.data();
+        receive(item);
+    }
+
+    void Update(std::uint8_t argument)
+    {
+        static constexpr std::int32_t events[] = {5, 6, 7, 3, 12, 102, 99, 4};
+        const Headset& headset = headsets[argument & 1];
+        const std::int32_t event = events[(argument >> 1) % std::size(events)];
+        noState_ = noState_ || event == 12;
+        Tell({event, "id", headset.key, "name", "alias", "group", headset.model, "sub"},
+             [&](TagIPCMessageItem& item)
+             {
+                 if ((argument & 64) == 0)
+                 {
+                     connector_->OnRecvDeviceConnectStateUpdate(item);
+                 }
+                 if ((argument & 128) == 0)
+                 {
+                     feature_->OnRecvDeviceConnectStateUpdate(item);
+                 }
+             });
+    }
+
+    static VynCore::VynDevice DeviceOf(std::uint8_t argument)
+    {
+        const Headset& headset = headsets[argument & 1];
+        VynCore::VynDevice device;
+        device.bluetoothAddr = (argument & 14) == 14 ? "" : (argument & 14) == 12 ? "unknown" : headset.key;
+        device.modelId = headset.model;
+        device.deviceGroup = "group";
+        return device;
+    }
+
+    void Enable(std::uint8_t argument) { feature_->EnableFeature(DeviceOf(argument)); }
+
+    void Disable(std::uint8_t argument) { feature_->DisableFeature(DeviceOf(argument)); }
+
+    void ChangeEndpoint(std::uint8_t argument)
+    {
+        sim::AudioService::Instance().SetState(labels[argument % std::size(labels)], 1U << ((argument >> 4) & 3));
+    }
+
+    void ChangeDefault(std::uint8_t argument)
+    {
+        try
+        {
+            sim::AudioService::Instance().SetDefault(labels[argument % std::size(labels)],
+                                                     static_cast<ERole>((argument >> 4) % 3));
+        }
+        catch (const std::invalid_argument&) // it is not active at the moment
+        {
+        }
+    }
+
+    void SwitchDevice(std::uint8_t argument)
+    {
+        Tell({1, "Phone", "Headset", headsets[argument & 1].key},
+             [&](TagIPCMessageItem& item) { feature_->OnRecvDeviceChange(item); });
+    }
+
+    void Answer(std::uint8_t argument)
+    {
+        const sim::TipReply reply = {.event = (argument & 2) != 0 ? 3 : 9,
+                                     .param = (argument & 4) != 0 ? L"firstBtn" : L"secondBtn"};
+        if ((argument & 8) != 0)
+        {
+            sim::TipsControl::SetAnswerInsideShow(reply);
+        }
+        else if ((argument & 1) != 0)
+        {
+            sim::TipsControl::Answer(reply);
+        }
+        else
+        {
+            sim::TipsControl::AnswerHere(reply);
+        }
+    }
+
+    void LetTimePass(std::uint8_t argument)
+    {
+        fuzz::PutClockForward((argument & 1) != 0 ? 1001 : 400);
+        WakeLoop([] {});
+    }
+
+    void AskForState(std::uint8_t argument)
+    {
+        const std::string key = DeviceOf(argument).bluetoothAddr;
+        if ((argument & 16) != 0)
+        {
+            feature_->CheckDefaultAudioDeviceState(key);
+            return;
+        }
+        const VynCore::DevFeatureStateInfo info = feature_->GetFeatureState(key);
+        fuzz::Require(info.featureId == 9 && (info.state == 0 || info.state == 3), "the state given");
+    }
+
+    void TurnVolume(std::uint8_t argument)
+    {
+        sim::AudioService::Instance().SetVolume(labels[0], static_cast<float>(argument) / 255.0F);
+    }
+
+    void Connect(std::uint8_t argument)
+    {
+        const VynCore::VynDevice device = DeviceOf(argument);
+        if ((argument & 16) != 0)
+        {
+            connector_->ConnectDev(device);
+        }
+        else if ((argument & 32) != 0)
+        {
+            connector_->QueryConnectedDevAsync();
+        }
+        else
+        {
+            connector_->NotifyConnStateChanged(device, static_cast<VynCore::DeviceState>((argument >> 6) % 3));
+        }
+    }
+
+    void Announce(std::uint8_t argument)
+    {
+        TagIPCMessageItem item{};
+        item.moduleId = 10616832;
+        item.messageId = 10617832 + (argument & 1);
+        connector_->OnRecvServerStateChanged(item);
+        feature_->OnRecvServerStateChanged(item);
+    }
+
+    /// Notifications of what is not so.
+    void Mislead(std::uint8_t argument)
+    {
+        auto& service = sim::AudioService::Instance();
+        const char* const label = labels[argument % std::size(labels)];
+        if ((argument & 16) != 0)
+        {
+            service.NotifyDefaultDeviceChanged(eRender, static_cast<ERole>((argument >> 5) % 3), label);
+        }
+        else
+        {
+            service.NotifyDeviceStateChanged(label, 1U << (argument >> 5));
+        }
+    }
+
+    void LetFail(std::uint8_t argument)
+    {
+        static constexpr const char* prefixes[] = {"IMM",
+                                                   "IPolicyConfig",
+                                                   "CoCreateInstance",
+                                                   "IPropertyStore",
+                                                   "OrbTipsManager::CreateTips",
+                                                   "IAudioEndpointVolume"};
+        sim::FaultPlan::Instance().FailNthOf(prefixes[argument % std::size(prefixes)], 1U + (argument >> 4), E_FAIL);
+        hasFailed_ = true;
+    }
+
+    /// The host starts and stops the providers one thread at a time.
+    void StopFirst(std::uint8_t argument)
+    {
+        if ((argument & 3) != 0)
+        {
+            return AskForState(argument); // starting and stopping takes long: not often
+        }
+        const std::scoped_lock lock(lifeMutex_);
+        feature_->UnInit();
+        noState_ = true;
+        connector_->UnInit();
+    }
+
+    void StopAndStart(std::uint8_t argument)
+    {
+        if ((argument & 3) != 0)
+        {
+            return LetTimePass(argument);
+        }
+        const std::scoped_lock lock(lifeMutex_);
+        if ((argument & 4) == 0)
+        {
+            feature_->UnInit();
+        }
+        feature_->Init();
+        connector_->Init();
+    }
+
+    // --- before and after ---
+
+    void Prepare()
+    {
+        noState_ = false;
+        hasFailed_ = false;
+        sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 0, -1);
+        sim::FaultPlan::Instance().FailCall("TipsBase::SetAutoClose", 0, 1); // see the tip's target
+    }
+
+    bool WakeLoop(std::function<void()> task) const
+    {
+        const std::scoped_lock lock((*feature_).*MemberOf(test::TipMutex{}));
+        const std::unique_ptr<TaskLoop>& loop = (*feature_).*MemberOf(test::Loop{});
+        return loop && loop->PostTask(std::move(task)) != 0;
+    }
+
+    bool IsStopped() const
+    {
+        const std::unique_ptr<TaskLoop>& loop = (*feature_).*MemberOf(test::Loop{});
+        return !((*feature_).*MemberOf(test::CoopRunning{})) || !loop || !loop->IsRunning();
+    }
+
+    template <typename Condition> static void Await(const Condition& holds, const char* what)
+    {
+        const auto end = std::chrono::steady_clock::now() + longestUnrest;
+        for (int looks = 0; !holds(); ++looks)
+        {
+            fuzz::Require(std::chrono::steady_clock::now() < end, what);
+            if (looks > 20)
+            {
+                std::this_thread::sleep_for(50us);
+            }
+            else
+            {
+                std::this_thread::yield();
+            }
+        }
+    }
+
+    TaskLoop& Loop() const { return *((*feature_).*MemberOf(test::Loop{})); }
+
+    bool IsLoopIdle() const
+    {
+        const std::scoped_lock lock(Loop().*MemberOf(test::LoopMutex{}));
+        return (Loop().*MemberOf(test::LoopQueue{})).empty() && Loop().*MemberOf(test::LoopTaskAtHand{}) == nullptr;
+    }
+
+    /// Everything that the loop has to do is done, and what it posts while it does. A signal that comes when the loop is
+    /// about to sleep is lost, hence more than one.
+    void EmptyLoop() const
+    {
+        fuzz::PutClockForward(1001);
+        const auto isIdle = [this]
+        {
+            (Loop().*MemberOf(test::LoopWakeUp{}))();
+            return IsLoopIdle();
+        };
+        if (!IsLoopIdle())
+        {
+            Await(isIdle, "the loop comes to an end");
+        }
+    }
+
+    bool IsWorkerIdle() const
+    {
+        const std::scoped_lock lock((*feature_).*MemberOf(test::CoopMutex{}));
+        return ((*feature_).*MemberOf(test::Queue{})).empty() && !((*feature_).*MemberOf(test::PendingEvent{}));
+    }
+
+    void ComeToRest()
+    {
+        if (IsStopped())
+        {
+            feature_->Init();
+        }
+        fuzz::Require(sim::TipsControl::WaitForNoCallback(longestUnrest), "the tips' answers come to an end");
+        sim::TipsControl::SetAnswerInsideShow(std::nullopt);
+        EmptyLoop();
+        Await([this] { return IsWorkerIdle(); }, "the worker comes to an end");
+        fuzz::Require(sim::AudioService::Instance().WaitForIdle(longestUnrest), "notifications come to an end");
+    }
+
+    void Check() const
+    {
+        const sim::AudioService& service = sim::AudioService::Instance();
+        // But for the enumerator that the notifications are registered with, which is never released.
+        const std::map<std::string, std::size_t> kept = {{"MMDeviceEnumerator", 1}};
+        Await([&] { return service.LiveObjects() == kept && service.LiveMemory() == 0; },
+              "nothing of the audio service is kept");
+        {
+            const std::scoped_lock lock((*feature_).*MemberOf(test::VolumeMutex{}));
+            fuzz::Require((*feature_).*MemberOf(test::VolumeTaskId{}) == 0, "no restore is left");
+        }
+        fuzz::Require(sim::TipsControl::Tips() <= 1, "one tip at a time");
+        CheckReports();
+        CheckLeaks();
+    }
+
+    /// Now and then. The sanitizer at times does not know where the storage of a thread that is alive is, and takes for lost
+    /// what that holds: the loop's has an object with a destructor there. So there is another look with another thread for
+    /// the loop, and libFuzzer's own check, after one look, is switched off.
+    void CheckLeaks() const
+    {
+        constexpr int pace = 500;
+        constexpr int mostLooks = 4;
+        static int calls = 0;
+        if (++calls % pace != 0)
+        {
+            return;
+        }
+        int looks = 0;
+        while (__lsan_do_recoverable_leak_check() != 0)
+        {
+            fuzz::Require(++looks < mostLooks, "nothing is lost");
+            feature_->UnInit();
+            feature_->Init();
+        }
+    }
+
+    void CheckReports() const
+    {
+        for (const sim::FeatureStateReport& report : sim::HostControl::Instance().FeatureStateReports())
+        {
+            fuzz::Require(report.info.featureId == 9 && (report.info.state == 0 || report.info.state == 3),
+                          "the state reported");
+        }
+        std::map<std::string, VynCore::DeviceState> last;
+        for (const sim::ConnStateReport& report : sim::HostControl::Instance().ConnStateReports())
+        {
+            const auto known = last.find(report.device.modelId);
+            fuzz::Require(noState_ || known == last.end() || known->second != report.state,
+                          "what is reported is a change");
+            last[report.device.modelId] = report.state;
+        }
+    }
+
+    void Tidy()
+    {
+        fuzz::ForgetRecords();
+        sim::TipsControl::Reset();
+        auto& service = sim::AudioService::Instance();
+        for (const char* const label : labels)
+        {
+            if (service.State(label) != DEVICE_STATE_ACTIVE)
+            {
+                service.SetState(label, DEVICE_STATE_ACTIVE);
+            }
+        }
+        if (service.Default(eRender, eConsole) != labels[0])
+        {
+            service.SetDefault(labels[0]);
+        }
+        service.SetVolume(labels[0], 0.8F);
+        fuzz::Require(service.WaitForIdle(longestUnrest), "notifications come to an end");
+        if (hasFailed_)
+        {
+            ModuleEndpoints::Instance().Fill();
+        }
+        for (const Headset& headset : headsets)
+        {
+            VynCore::VynDevice device;
+            device.modelId = headset.model;
+            device.deviceGroup = "group";
+            connector_->DelLostDev(device);
+        }
+        fuzz::ForgetRecords();
+    }
+
+    const std::shared_ptr<HeadsetAudioFeatureHandler> feature_ = std::make_shared<HeadsetAudioFeatureHandler>();
+    const std::shared_ptr<HeadsetConnector> connector_ = std::make_shared<HeadsetConnector>();
+    Crew crew_;
+    std::mutex lifeMutex_;
+    std::atomic<bool> noState_ = false; // whether the connecter has been made to forget states
+    std::atomic<bool> hasFailed_ = false;
+};
+
+} // namespace
+
+/// Input: whether the module's long waits end at once or after a millisecond; then calls of two bytes each: the thread
+/// and the kind, and an argument.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    static auto* const scene = new Scene(); // never destroyed: its threads are there to the end
+    fuzz::Input input(bytes, size);
+    fuzz::SetLongestWait(input.Byte() & 1);
+    std::array<Calls, threadCount> parts;
+    for (std::size_t left = mostCalls; left > 0 && !input.IsAtEnd(); --left)
+    {
+        const std::uint8_t first = input.Byte();
+        const auto kind = static_cast<std::uint8_t>(first & 15);
+        parts[(first >> 4) % threadCount].push_back({kind, input.Byte()});
+    }
+    scene->Play(parts);
+    return 0;
+}
