@@ -13,11 +13,16 @@
 #include "simulator/timeline/FaultPlan.h"
 #include "tests/support/PrivateAccess.h"
 
+#if __has_feature(address_sanitizer) // the other sanitizers do not bring it
 #include <sanitizer/lsan_interface.h>
+#else
+static int __lsan_do_recoverable_leak_check() { return 0; } // NOLINT(bugprone-reserved-identifier): it is the sanitizer's name
+#endif
 
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -49,13 +54,16 @@ using namespace std::chrono_literals;
 
 constexpr auto longestUnrest = 10s;
 constexpr std::size_t threadCount = 3;
-constexpr std::size_t mostCalls = 24;
+constexpr std::int32_t lost = 12; // the event of a device that is gone for good
+int leakPace = 500; // every so many inputs
+constexpr std::size_t mostCalls = 12; // as many again would halve the executions a second
 
 /// What is called on one thread, and with what. Plain data.
 struct Call
 {
     std::uint8_t kind;
     std::uint8_t argument;
+    std::string text; // in the place of an address, of names and of models; empty for one that the scene knows
 };
 using Calls = std::vector<Call>;
 
@@ -147,14 +155,15 @@ public:
         fuzz::ForgetRecords();
         fuzz::ShortenWaits(1);
         AddEndpoints();
-        sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 0, -1);
+        TakeBusAway();
         feature_->Init();
         connector_->Init();
     }
 
-    void Play(const std::array<Calls, threadCount>& parts)
+    /// A provider that is started while the bus is there can post to it, though nobody answers.
+    void Play(const std::array<Calls, threadCount>& parts, bool isBusThere)
     {
-        Prepare();
+        Prepare(isBusThere);
         std::array<Crew::Work, threadCount> works;
         for (std::size_t number = 0; number < threadCount; ++number)
         {
@@ -173,6 +182,8 @@ public:
     }
 
 private:
+    static void TakeBusAway() { sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 0, -1); }
+
     static void AddEndpoints()
     {
         auto& service = sim::AudioService::Instance();
@@ -202,14 +213,14 @@ private:
 
     void Make(const Call& call)
     {
-        using Step = void (Scene::*)(std::uint8_t);
+        using Step = void (Scene::*)(const Call&);
         static constexpr Step steps[] = {
             &Scene::Update,        &Scene::Enable,       &Scene::Disable,   &Scene::ChangeEndpoint,
             &Scene::ChangeDefault, &Scene::SwitchDevice, &Scene::Answer,    &Scene::LetTimePass,
             &Scene::AskForState,   &Scene::TurnVolume,   &Scene::Connect,   &Scene::Announce,
             &Scene::Mislead,       &Scene::LetFail,      &Scene::StopFirst, &Scene::StopAndStart,
         };
-        (this->*steps[call.kind % std::size(steps)])(call.argument);
+        (this->*steps[call.kind % std::size(steps)])(call);
     }
 
     static void Tell(const std::vector<sim::PackageItem>& items, const std::function<void(TagIPCMessageItem&)>& receive)
@@ -222,72 +233,83 @@ private:
         receive(item);
     }
 
-    void Update(std::uint8_t argument)
+    void Update(const Call& call)
     {
-        static constexpr std::int32_t events[] = {5, 6, 7, 3, 12, 102, 99, 4};
-        const Headset& headset = headsets[argument & 1];
-        const std::int32_t event = events[(argument >> 1) % std::size(events)];
-        noState_ = noState_ || event == 12;
-        Tell({event, "id", headset.key, "name", "alias", "group", headset.model, "sub"},
+        static constexpr std::int32_t events[] = {5, 6, 7, 3, lost, 102, 99, 4};
+        const bool isAny = !call.text.empty();
+        const Headset& headset = headsets[call.argument & 1];
+        const std::string key = isAny ? call.text : headset.key;
+        const std::string model = isAny ? call.text : headset.model;
+        const std::int32_t event = isAny ? call.text[0] : events[(call.argument >> 1) % std::size(events)];
+        if (event == lost)
+        {
+            NoteLoss(model);
+        }
+        Tell({event, "id", key, call.text, "alias", "group", model, "sub"},
              [&](TagIPCMessageItem& item)
              {
-                 if ((argument & 64) == 0)
+                 if ((call.argument & 64) == 0)
                  {
                      connector_->OnRecvDeviceConnectStateUpdate(item);
                  }
-                 if ((argument & 128) == 0)
+                 if ((call.argument & 128) == 0)
                  {
                      feature_->OnRecvDeviceConnectStateUpdate(item);
                  }
              });
     }
 
-    static VynCore::VynDevice DeviceOf(std::uint8_t argument)
+    static VynCore::VynDevice DeviceOf(const Call& call)
     {
-        const Headset& headset = headsets[argument & 1];
+        const Headset& headset = headsets[call.argument & 1];
         VynCore::VynDevice device;
-        device.bluetoothAddr = (argument & 14) == 14 ? "" : (argument & 14) == 12 ? "unknown" : headset.key;
+        device.bluetoothAddr = !call.text.empty() ? call.text : (call.argument & 14) == 14 ? "" : headset.key;
         device.modelId = headset.model;
         device.deviceGroup = "group";
         return device;
     }
 
-    void Enable(std::uint8_t argument) { feature_->EnableFeature(DeviceOf(argument)); }
+    void Enable(const Call& call) { feature_->EnableFeature(DeviceOf(call)); }
 
-    void Disable(std::uint8_t argument) { feature_->DisableFeature(DeviceOf(argument)); }
+    void Disable(const Call& call) { feature_->DisableFeature(DeviceOf(call)); }
 
-    void ChangeEndpoint(std::uint8_t argument)
+    void ChangeEndpoint(const Call& call)
     {
-        sim::AudioService::Instance().SetState(labels[argument % std::size(labels)], 1U << ((argument >> 4) & 3));
+        sim::AudioService::Instance().SetState(labels[call.argument % std::size(labels)], 1U << ((call.argument >> 4) & 3));
     }
 
-    void ChangeDefault(std::uint8_t argument)
+    void ChangeDefault(const Call& call)
     {
         try
         {
-            sim::AudioService::Instance().SetDefault(labels[argument % std::size(labels)],
-                                                     static_cast<ERole>((argument >> 4) % 3));
+            sim::AudioService::Instance().SetDefault(labels[call.argument % std::size(labels)],
+                                                     static_cast<ERole>((call.argument >> 4) % 3));
         }
         catch (const std::invalid_argument&) // it is not active at the moment
         {
         }
     }
 
-    void SwitchDevice(std::uint8_t argument)
+    void SwitchDevice(const Call& call)
     {
-        Tell({1, "Phone", "Headset", headsets[argument & 1].key},
-             [&](TagIPCMessageItem& item) { feature_->OnRecvDeviceChange(item); });
+        const std::string key = (call.argument & 2) != 0 ? call.text : headsets[call.argument & 1].key;
+        const std::string name = call.text.empty() ? "Phone" : call.text;
+        Tell({1, name, "Headset", key}, [&](TagIPCMessageItem& item) { feature_->OnRecvDeviceChange(item); });
     }
 
-    void Answer(std::uint8_t argument)
+    void Answer(const Call& call)
     {
-        const sim::TipReply reply = {.event = (argument & 2) != 0 ? 3 : 9,
-                                     .param = (argument & 4) != 0 ? L"firstBtn" : L"secondBtn"};
-        if ((argument & 8) != 0)
+        sim::TipReply reply = {.event = (call.argument & 2) != 0 ? 3 : 9,
+                               .param = (call.argument & 4) != 0 ? L"firstBtn" : L"secondBtn"};
+        if (!call.text.empty())
+        {
+            reply = {.event = call.text[0], .param = std::wstring(call.text.begin(), call.text.end())};
+        }
+        if ((call.argument & 8) != 0)
         {
             sim::TipsControl::SetAnswerInsideShow(reply);
         }
-        else if ((argument & 1) != 0)
+        else if ((call.argument & 1) != 0)
         {
             sim::TipsControl::Answer(reply);
         }
@@ -297,16 +319,16 @@ private:
         }
     }
 
-    void LetTimePass(std::uint8_t argument)
+    void LetTimePass(const Call& call)
     {
-        fuzz::PutClockForward((argument & 1) != 0 ? 1001 : 400);
+        fuzz::PutClockForward((call.argument & 1) != 0 ? 1001 : 400);
         WakeLoop([] {});
     }
 
-    void AskForState(std::uint8_t argument)
+    void AskForState(const Call& call)
     {
-        const std::string key = DeviceOf(argument).bluetoothAddr;
-        if ((argument & 16) != 0)
+        const std::string key = DeviceOf(call).bluetoothAddr;
+        if ((call.argument & 16) != 0)
         {
             feature_->CheckDefaultAudioDeviceState(key);
             return;
@@ -315,53 +337,53 @@ private:
         fuzz::Require(info.featureId == 9 && (info.state == 0 || info.state == 3), "the state given");
     }
 
-    void TurnVolume(std::uint8_t argument)
+    void TurnVolume(const Call& call)
     {
-        sim::AudioService::Instance().SetVolume(labels[0], static_cast<float>(argument) / 255.0F);
+        sim::AudioService::Instance().SetVolume(labels[0], static_cast<float>(call.argument) / 255.0F);
     }
 
-    void Connect(std::uint8_t argument)
+    void Connect(const Call& call)
     {
-        const VynCore::VynDevice device = DeviceOf(argument);
-        if ((argument & 16) != 0)
+        const VynCore::VynDevice device = DeviceOf(call);
+        if ((call.argument & 16) != 0)
         {
             connector_->ConnectDev(device);
         }
-        else if ((argument & 32) != 0)
+        else if ((call.argument & 32) != 0)
         {
             connector_->QueryConnectedDevAsync();
         }
         else
         {
-            connector_->NotifyConnStateChanged(device, static_cast<VynCore::DeviceState>((argument >> 6) % 3));
+            connector_->NotifyConnStateChanged(device, static_cast<VynCore::DeviceState>((call.argument >> 6) % 3));
         }
     }
 
-    void Announce(std::uint8_t argument)
+    void Announce(const Call& call)
     {
         TagIPCMessageItem item{};
         item.moduleId = 10616832;
-        item.messageId = 10617832 + (argument & 1);
+        item.messageId = 10617832 + (call.argument & 1);
         connector_->OnRecvServerStateChanged(item);
         feature_->OnRecvServerStateChanged(item);
     }
 
     /// Notifications of what is not so.
-    void Mislead(std::uint8_t argument)
+    void Mislead(const Call& call)
     {
         auto& service = sim::AudioService::Instance();
-        const char* const label = labels[argument % std::size(labels)];
-        if ((argument & 16) != 0)
+        const char* const label = labels[call.argument % std::size(labels)];
+        if ((call.argument & 16) != 0)
         {
-            service.NotifyDefaultDeviceChanged(eRender, static_cast<ERole>((argument >> 5) % 3), label);
+            service.NotifyDefaultDeviceChanged(eRender, static_cast<ERole>((call.argument >> 5) % 3), label);
         }
         else
         {
-            service.NotifyDeviceStateChanged(label, 1U << (argument >> 5));
+            service.NotifyDeviceStateChanged(label, 1U << (call.argument >> 5));
         }
     }
 
-    void LetFail(std::uint8_t argument)
+    void LetFail(const Call& call)
     {
         static constexpr const char* prefixes[] = {"IMM",
                                                    "IPolicyConfig",
@@ -369,31 +391,31 @@ private:
                                                    "IPropertyStore",
                                                    "OrbTipsManager::CreateTips",
                                                    "IAudioEndpointVolume"};
-        sim::FaultPlan::Instance().FailNthOf(prefixes[argument % std::size(prefixes)], 1U + (argument >> 4), E_FAIL);
+        sim::FaultPlan::Instance().FailNthOf(prefixes[call.argument % std::size(prefixes)], 1U + (call.argument >> 4), E_FAIL);
         hasFailed_ = true;
     }
 
     /// The host starts and stops the providers one thread at a time.
-    void StopFirst(std::uint8_t argument)
+    void StopFirst(const Call& call)
     {
-        if ((argument & 3) != 0)
+        if ((call.argument & 3) != 0)
         {
-            return AskForState(argument); // starting and stopping takes long: not often
+            return AskForState(call); // starting and stopping takes long: not often
         }
         const std::scoped_lock lock(lifeMutex_);
         feature_->UnInit();
-        noState_ = true;
+        ++stops_;
         connector_->UnInit();
     }
 
-    void StopAndStart(std::uint8_t argument)
+    void StopAndStart(const Call& call)
     {
-        if ((argument & 3) != 0)
+        if ((call.argument & 3) != 0)
         {
-            return LetTimePass(argument);
+            return LetTimePass(call);
         }
         const std::scoped_lock lock(lifeMutex_);
-        if ((argument & 4) == 0)
+        if ((call.argument & 4) == 0)
         {
             feature_->UnInit();
         }
@@ -403,11 +425,22 @@ private:
 
     // --- before and after ---
 
-    void Prepare()
+    void NoteLoss(const std::string& model)
     {
-        noState_ = false;
+        const std::scoped_lock lock(lossesMutex_);
+        ++losses_[model];
+    }
+
+    void Prepare(bool isBusThere)
+    {
+        stops_ = 0;
+        losses_.clear();
         hasFailed_ = false;
-        sim::FaultPlan::Instance().FailCall("IpcProxy::IpcProxy", 0, -1);
+        isBusThere_ = isBusThere;
+        if (!isBusThere)
+        {
+            TakeBusAway();
+        }
         sim::FaultPlan::Instance().FailCall("TipsBase::SetAutoClose", 0, 1); // see the tip's target
     }
 
@@ -505,10 +538,9 @@ private:
     /// the loop, and libFuzzer's own check, after one look, is switched off.
     void CheckLeaks() const
     {
-        constexpr int pace = 500;
         constexpr int mostLooks = 4;
         static int calls = 0;
-        if (++calls % pace != 0)
+        if (++calls % leakPace != 0)
         {
             return;
         }
@@ -528,20 +560,50 @@ private:
             fuzz::Require(report.info.featureId == 9 && (report.info.state == 0 || report.info.state == 3),
                           "the state reported");
         }
+        CheckChanges();
+    }
+
+    /// A state is reported again only when the connecter was made to forget it: as often as that.
+    void CheckChanges() const
+    {
         std::map<std::string, VynCore::DeviceState> last;
+        std::map<std::string, unsigned> repeats;
         for (const sim::ConnStateReport& report : sim::HostControl::Instance().ConnStateReports())
         {
-            const auto known = last.find(report.device.modelId);
-            fuzz::Require(noState_ || known == last.end() || known->second != report.state,
-                          "what is reported is a change");
-            last[report.device.modelId] = report.state;
+            const auto [known, isFirst] = last.try_emplace(report.device.modelId, report.state);
+            repeats[report.device.modelId] += !isFirst && known->second == report.state ? 1 : 0;
+            known->second = report.state;
         }
+        for (const auto& [model, count] : repeats)
+        {
+            const auto losses = losses_.find(model);
+            fuzz::Require(count <= stops_ + (losses == losses_.end() ? 0 : losses->second),
+                          "what is reported is a change");
+        }
+    }
+
+    void ForgetDevice(const std::string& model)
+    {
+        VynCore::VynDevice device;
+        device.modelId = model;
+        device.deviceGroup = "group";
+        connector_->DelLostDev(device);
     }
 
     void Tidy()
     {
+        for (const sim::ConnStateReport& report : sim::HostControl::Instance().ConnStateReports())
+        {
+            ForgetDevice(report.device.modelId);
+        }
         fuzz::ForgetRecords();
         sim::TipsControl::Reset();
+        if (isBusThere_) // a start without the bus lets go of what one with it has made
+        {
+            TakeBusAway();
+            feature_->Init();
+            connector_->Init();
+        }
         auto& service = sim::AudioService::Instance();
         for (const char* const label : labels)
         {
@@ -560,13 +622,6 @@ private:
         {
             ModuleEndpoints::Instance().Fill();
         }
-        for (const Headset& headset : headsets)
-        {
-            VynCore::VynDevice device;
-            device.modelId = headset.model;
-            device.deviceGroup = "group";
-            connector_->DelLostDev(device);
-        }
         fuzz::ForgetRecords();
     }
 
@@ -574,26 +629,47 @@ private:
     const std::shared_ptr<HeadsetConnector> connector_ = std::make_shared<HeadsetConnector>();
     Crew crew_;
     std::mutex lifeMutex_;
-    std::atomic<bool> noState_ = false; // whether the connecter has been made to forget states
+    std::mutex lossesMutex_;
+    std::map<std::string, unsigned> losses_; // by model, guarded by lossesMutex_ while calls are made
+    std::atomic<unsigned> stops_ = 0;
     std::atomic<bool> hasFailed_ = false;
+    bool isBusThere_ = false; // of the fuzzer's thread alone
 };
 
 } // namespace
 
-/// Input: whether the module's long waits end at once or after a millisecond; then calls of two bytes each: the thread
-/// and the kind, and an argument.
+/// With inputs that are named on the command line, each is looked at for leaks: there are not many, and one of them is
+/// what somebody wants to see again.
+extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments)
+{
+    for (int at = 1; at < *count; ++at)
+    {
+        std::error_code unused;
+        if (std::filesystem::is_regular_file((*arguments)[at], unused))
+        {
+            leakPace = 1;
+        }
+    }
+    return 0;
+}
+
+/// Input: a byte that says whether the module's long waits end at once or after a millisecond, and whether there is a bus;
+/// then calls: a byte for the thread, the kind and whether a text follows, one for the argument, and the text.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     static auto* const scene = new Scene(); // never destroyed: its threads are there to the end
     fuzz::Input input(bytes, size);
-    fuzz::SetLongestWait(input.Byte() & 1);
+    const std::uint8_t circumstances = input.Byte();
+    fuzz::SetLongestWait(circumstances & 1);
     std::array<Calls, threadCount> parts;
     for (std::size_t left = mostCalls; left > 0 && !input.IsAtEnd(); --left)
     {
         const std::uint8_t first = input.Byte();
         const auto kind = static_cast<std::uint8_t>(first & 15);
-        parts[(first >> 4) % threadCount].push_back({kind, input.Byte()});
+        const std::uint8_t argument = input.Byte();
+        const bool hasText = first >= 0xC0;
+        parts[(first >> 4) % threadCount].push_back({kind, argument, hasText ? input.Text() : std::string()});
     }
-    scene->Play(parts);
+    scene->Play(parts, (circumstances & 2) != 0);
     return 0;
 }

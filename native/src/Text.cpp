@@ -57,6 +57,7 @@ void AppendUtf8(wchar_t character, std::string& out)
 std::string Narrow(UINT page, const wchar_t* text, std::size_t length)
 {
     std::string out;
+    out.reserve(length);
     for (std::size_t at = 0; at < length; ++at)
     {
         if (page == CP_UTF8)

@@ -1,6 +1,7 @@
 #include "tests/contract/ContractTest.h"
 
 #include <algorithm>
+#include <iostream>
 #include <stdexcept>
 
 namespace test
@@ -17,6 +18,16 @@ template <typename Provider> Provider& Find(const char* keyword)
         throw std::runtime_error(std::string("not registered: ") + keyword);
     }
     return dynamic_cast<Provider&>(*provider);
+}
+
+/// A test that failed once in a thousand runs leaves behind what happened in it.
+void PrintTimeline()
+{
+    for (const sim::TimelineEntry& entry : sim::Timeline::Instance().Entries())
+    {
+        std::cout << std::chrono::duration_cast<std::chrono::microseconds>(entry.time).count() << " us, thread "
+                  << entry.threadId << ", " << entry.who << ' ' << entry.what << '\n';
+    }
 }
 
 } // namespace
@@ -36,6 +47,10 @@ ContractTest::ContractTest(std::optional<WatchedWaits::Lengths> lengths) : watch
 
 ContractTest::~ContractTest()
 {
+    if (HasFailure())
+    {
+        PrintTimeline();
+    }
     Host().SetConnStateHook(nullptr);
     Host().SetFeatureStateHook(nullptr);
     sim::FaultPlan::Instance().Clear();

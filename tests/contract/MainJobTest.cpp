@@ -207,6 +207,16 @@ TEST_F(MainJob, DisableHidesTheHeadset)
 
 TEST_F(MainJob, DayOfAHeadset)
 {
+    // The hidden headset becomes the default for communications when it is shown, and loses that to the speaker. With the
+    // real lengths both have been taken note of when the pause before the hands-free endpoints is over.
+    waits->SetHook(
+        [](DWORD length)
+        {
+            if (length == 300)
+            {
+                EXPECT_TRUE(WaitForIdle());
+            }
+        });
     Start();
     Audio().SetDefault("speaker");
     ConnectAndWait();
