@@ -17,6 +17,9 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}) # beside t
 add_compile_options("-D__declspec(x)=" -fno-omit-frame-pointer)
 # Imports can be replaced (see simulator/ImportPatch.cpp): all of them are bound at the start, and stay writable.
 add_link_options(-Wl,-z,now -Wl,-z,norelro)
+# Where inline functions are functions of their own, each library calls its own, as on the platform, so that a test that
+# replaces an import of the program does not meet the libraries' calls too.
+add_link_options(-Wl,-Bsymbolic-functions)
 
 if(NATIVE_SANITIZERS)
     add_compile_options(-fsanitize=${NATIVE_SANITIZERS} -fno-sanitize-recover=all -gline-tables-only)
@@ -25,9 +28,6 @@ endif()
 if(NATIVE_COVERAGE)
     add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
     add_link_options(-fprofile-instr-generate)
-    # Inline functions are functions of their own here: each library calls its own, as on the platform, so that a test that
-    # replaces an import of the program does not meet the libraries' calls too.
-    add_link_options(-Wl,-Bsymbolic-functions)
 endif()
 
 # What cannot run here, each with its reason.
@@ -86,6 +86,7 @@ set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPEN
     ${CMAKE_SOURCE_DIR}/native/excluded-tests.txt)
 configure_file(${CMAKE_SOURCE_DIR}/native/src/SanitizerOptions.cpp.in ${CMAKE_BINARY_DIR}/SanitizerOptions.cpp @ONLY)
 
+include_directories(${CMAKE_SOURCE_DIR}/native/include) # before the targets' own: see simulator/audio/ there
 add_subdirectory(native)
 link_libraries(windows_stand_in)
 
@@ -117,12 +118,6 @@ function(replace_what_is_of_the_platform)
     replace_source(sim_wire wire/PipeConnection.cpp simulator/PipeConnection.cpp)
     replace_source(sim_wire wire/PipeListener.cpp simulator/PipeListener.cpp)
     replace_source(sim_bluetooth BluetoothDevices.cpp simulator/BluetoothDevices.cpp)
-    if(NATIVE_KIND STREQUAL "asan")
-        # The module knows the two policy interfaces by the slot of one operation each, and declares no more of them: its
-        # classes are not those of the objects, which is all that this check looks at.
-        set_source_files_properties(${CMAKE_SOURCE_DIR}/audio/EndpointSwitching.cpp TARGET_DIRECTORY headset_module
-            PROPERTIES COMPILE_OPTIONS -fno-sanitize=vptr)
-    endif()
     if(BUILD_TESTING)
         replace_source(test_support Watchdog.cpp support/Watchdog.cpp)
         if(NATIVE_SANITIZERS)

@@ -3,8 +3,11 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
+#include <span>
 #include <sstream>
 
 namespace test
@@ -54,11 +57,36 @@ MutexCall ThreadLibraryCall(const char* name)
 const MutexCall realLock = ThreadLibraryCall("pthread_mutex_lock");
 const MutexCall realUnlock = ThreadLibraryCall("pthread_mutex_unlock");
 
-std::vector<const void*>& Held()
+/// The locks that a thread holds, in the order in which it took them. Nothing to be destroyed: locks are taken even while a
+/// thread's own objects are.
+struct HeldLocks
 {
-    thread_local std::vector<const void*> held;
-    return held;
-}
+    std::array<const void*, 64> locks;
+    std::size_t count;
+
+    std::span<const void* const> All() const { return {locks.data(), count}; }
+
+    void Add(const void* lock)
+    {
+        if (count == locks.size())
+        {
+            std::abort(); // nobody nests that deep
+        }
+        locks[count++] = lock;
+    }
+
+    void RemoveLast(const void* lock)
+    {
+        const auto end = std::begin(locks) + count;
+        const auto found = std::find(std::make_reverse_iterator(end), std::rend(locks), lock);
+        if (found != std::rend(locks))
+        {
+            std::copy(found.base(), end, std::prev(found.base()));
+            --count;
+        }
+    }
+};
+thread_local HeldLocks heldLocks; // zero at first
 
 int WatchedLock(pthread_mutex_t* mutex)
 {
@@ -69,25 +97,22 @@ int WatchedLock(pthread_mutex_t* mutex)
         Record& record = TheRecord();
         const Guard guard(record.guard);
         record.firstTakers.try_emplace(mutex, taker);
-        const std::vector<const void*>& held = Held();
-        const bool isHeldAlready = std::find(held.begin(), held.end(), mutex) != held.end();
-        for (std::size_t outer = 0; outer < held.size() && !isHeldAlready; ++outer)
+        const auto held = heldLocks.All();
+        if (std::find(held.begin(), held.end(), mutex) == held.end())
         {
-            record.edges.emplace(held[outer], mutex);
+            for (const void* const outer : held)
+            {
+                record.edges.emplace(outer, mutex);
+            }
         }
-        Held().push_back(mutex);
+        heldLocks.Add(mutex);
     }
     return result;
 }
 
 int WatchedUnlock(pthread_mutex_t* mutex)
 {
-    std::vector<const void*>& held = Held();
-    const auto last = std::find(held.rbegin(), held.rend(), mutex);
-    if (last != held.rend())
-    {
-        held.erase(std::next(last).base());
-    }
+    heldLocks.RemoveLast(mutex);
     return realUnlock(mutex);
 }
 
@@ -189,6 +214,11 @@ bool LockWatch::FindCircle(const void* lock, std::vector<const void*>& path, std
     }
     path.pop_back();
     return false;
+}
+
+std::size_t LockWatch::Pairs() const
+{
+    return Edges().size();
 }
 
 bool LockWatch::Saw(const std::string& held, const std::string& taken) const

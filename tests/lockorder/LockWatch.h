@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <map>
 #include <set>
 #include <string>
@@ -37,6 +38,9 @@ public:
 
     /// The locks of one circle, named or by the code address that took them first; empty when there is none.
     std::vector<std::string> Circle() const;
+
+    /// How many pairs "held -> taken" there were, of whatever locks.
+    std::size_t Pairs() const;
 
     /// Whether the second was taken while the first was held.
     bool Saw(const std::string& held, const std::string& taken) const;
