@@ -195,7 +195,7 @@ private:
 
     std::uint64_t PostRestoreTask(const std::wstring& speakerEndpointId, const std::wstring& devName,
                                   const std::wstring& toDevName, const std::string& deviceMacAddr);
-    void RunRestoreTask(const std::wstring& speakerEndpointId, const std::wstring& devName,
+    void RunRestoreTask(const TaskLoop* loop, const std::wstring& speakerEndpointId, const std::wstring& devName,
                         const std::wstring& toDevName, const std::string& deviceMacAddr) noexcept;
     void StoreTipAddress(const std::string& deviceMacAddr);
     void StoreTip(Qva::TipsSdk::TipsBase* tip);

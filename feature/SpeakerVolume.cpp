@@ -133,18 +133,23 @@ std::uint64_t HeadsetAudioFeatureHandler::PostRestoreTask(const std::wstring& sp
     {
         return 0;
     }
-    return volumeTaskLoop->PostDelayedTask(restoreDelayNs, [this, speakerEndpointId, devName, toDevName, deviceMacAddr]
-                                           { RunRestoreTask(speakerEndpointId, devName, toDevName, deviceMacAddr); });
+    return volumeTaskLoop->PostDelayedTask(
+        restoreDelayNs, [this, loop = volumeTaskLoop.get(), speakerEndpointId, devName, toDevName, deviceMacAddr]
+        { RunRestoreTask(loop, speakerEndpointId, devName, toDevName, deviceMacAddr); });
 }
 
-void HeadsetAudioFeatureHandler::RunRestoreTask(const std::wstring& speakerEndpointId, const std::wstring& devName,
-                                                const std::wstring& toDevName,
+void HeadsetAudioFeatureHandler::RunRestoreTask(const TaskLoop* loop, const std::wstring& speakerEndpointId,
+                                                const std::wstring& devName, const std::wstring& toDevName,
                                                 const std::string& deviceMacAddr) noexcept
 {
     std::unique_lock lock(volumeMutex, std::defer_lock); // stands first, so that the apartment is left under it
     ComApartment apartment;
     apartment.EnterSingleThreaded();
     lock.lock();
+    if (volumeTaskLoop.get() != loop)
+    {
+        return; // a start has dropped this task while it waited; what is pending now is another's
+    }
     try
     {
         RestoreVolume(speakerEndpointId.c_str(), devName, toDevName, deviceMacAddr);

@@ -27,12 +27,12 @@ fuzz_target() {
     mkdir -p "$corpus" "$fuzz_build/findings" "$fuzz_build/logs" || die "cannot make folders in $fuzz_build"
     [ -e "$dictionary" ] && options+=("-dict=$dictionary")
     if [ "$target" = calls ]; then
-        options+=(-detect_leaks=0 -max_len=64) # it looks for leaks itself, and makes a dozen calls at most
+        options+=(-detect_leaks=0 -max_len=64) # it looks for leaks itself, and makes eight calls at most
     fi
     say "$target: under way (its log: $log)"
     # Short stacks of allocations, and memory used again sooner: a quarter more executions a second.
     ASAN_OPTIONS=malloc_context_size=5:quarantine_size_mb=32 \
-        "$fuzz_build/bin/fuzz_$target" "$limit" -max_len=1024 -timeout=30 -print_final_stats=1 \
+        "$fuzz_build/bin/fuzz_$target" "$limit" -max_len=1024 -timeout=100 -print_final_stats=1 \
         "-artifact_prefix=$fuzz_build/findings/$target-" "${options[@]}" \
         "$corpus" "$root/native/fuzz/corpus/$target" </dev/null >"$log" 2>&1
 }

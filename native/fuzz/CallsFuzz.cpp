@@ -38,6 +38,13 @@ EXPOSE_PRIVATE(Queue, &HeadsetAudioFeatureHandler::coopTaskQueue);
 EXPOSE_PRIVATE(CoopMutex, &HeadsetAudioFeatureHandler::coopMutex);
 EXPOSE_PRIVATE(CoopRunning, &HeadsetAudioFeatureHandler::coopRunning);
 EXPOSE_PRIVATE(PendingEvent, &HeadsetAudioFeatureHandler::pendingEvent);
+EXPOSE_PRIVATE(FeatureWorking, &HeadsetAudioFeatureHandler::serverWorking);
+EXPOSE_PRIVATE(FeatureReady, &HeadsetAudioFeatureHandler::serverReady);
+EXPOSE_PRIVATE(ConnectorWorking, &HeadsetConnector::serverWorking);
+EXPOSE_PRIVATE(ConnectorReady, &HeadsetConnector::serverReady);
+EXPOSE_PRIVATE(FeatureDropsProxy, &HeadsetAudioFeatureHandler::ReplaceProxy);
+EXPOSE_PRIVATE(ConnectorDropsProxy, &HeadsetConnector::ReplaceProxy);
+EXPOSE_PRIVATE(ConnectRequested, &HeadsetConnector::IsConnectDev);
 EXPOSE_PRIVATE(Loop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
 EXPOSE_PRIVATE(TipMutex, &HeadsetAudioFeatureHandler::tipMutex);
 EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
@@ -52,11 +59,11 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr auto longestUnrest = 10s;
+constexpr auto longestUnrest = 60s; // what does not come to rest never does; a machine with other work takes its time
 constexpr std::size_t threadCount = 3;
 constexpr std::int32_t lost = 12; // the event of a device that is gone for good
 int leakPace = 500; // every so many inputs
-constexpr std::size_t mostCalls = 12; // as many again would halve the executions a second
+constexpr std::size_t mostCalls = 8; // as many again would halve the executions a second
 
 /// What is called on one thread, and with what. Plain data.
 struct Call
@@ -146,6 +153,15 @@ constexpr Headset headsets[] = {{"0A1B2C3D4E5F", "11111822610015", "one"}, {"112
 constexpr const char* labels[] = {"speaker", "0A1B2C3D4E5F stereo", "0A1B2C3D4E5F hands-free",
                                   "0A1B2C3D4E5F microphone", "112233445566 stereo"};
 
+/// What an input's calls meet.
+struct Circumstances
+{
+    bool isWaitShort;           // whether the module's long waits end at once, or after a millisecond
+    bool isBusThere;            // a provider that is started can post to it, though nobody answers
+    bool hasServiceAnswered;    // before the first call
+    bool areNotificationsAtOnce; // on several threads of the platform, in any order
+};
+
 /// Both providers, started, in the middle of everything that calls them.
 class Scene
 {
@@ -160,10 +176,9 @@ public:
         connector_->Init();
     }
 
-    /// A provider that is started while the bus is there can post to it, though nobody answers.
-    void Play(const std::array<Calls, threadCount>& parts, bool isBusThere)
+    void Play(const std::array<Calls, threadCount>& parts, const Circumstances& circumstances)
     {
-        Prepare(isBusThere);
+        Prepare(circumstances);
         std::array<Crew::Work, threadCount> works;
         for (std::size_t number = 0; number < threadCount; ++number)
         {
@@ -259,13 +274,34 @@ private:
              });
     }
 
+    /// With a text of the input in each field that a request is packed of, at times a long one.
+    static void FillIn(VynCore::VynDevice& device, const Call& call)
+    {
+        if (call.text.empty())
+        {
+            return;
+        }
+        constexpr int longTimes = 40;
+        std::string text;
+        for (int times = (call.argument & 1) != 0 ? longTimes : 1; times > 0; --times)
+        {
+            text += call.text;
+        }
+        device.deviceId = text;
+        device.baseInfo.deviceMacAddr = text;
+        device.bluetoothAddr = text;
+        device.modelId = text;
+        device.subModelId = call.text;
+    }
+
     static VynCore::VynDevice DeviceOf(const Call& call)
     {
         const Headset& headset = headsets[call.argument & 1];
         VynCore::VynDevice device;
-        device.bluetoothAddr = !call.text.empty() ? call.text : (call.argument & 14) == 14 ? "" : headset.key;
+        device.bluetoothAddr = (call.argument & 14) == 14 ? "" : headset.key;
         device.modelId = headset.model;
         device.deviceGroup = "group";
+        FillIn(device, call);
         return device;
     }
 
@@ -403,6 +439,7 @@ private:
             return AskForState(call); // starting and stopping takes long: not often
         }
         const std::scoped_lock lock(lifeMutex_);
+        wasStopped_ = true;
         feature_->UnInit();
         ++stops_;
         connector_->UnInit();
@@ -417,6 +454,7 @@ private:
         const std::scoped_lock lock(lifeMutex_);
         if ((call.argument & 4) == 0)
         {
+            wasStopped_ = true;
             feature_->UnInit();
         }
         feature_->Init();
@@ -431,15 +469,27 @@ private:
         ++losses_[model];
     }
 
-    void Prepare(bool isBusThere)
+    void Prepare(const Circumstances& circumstances)
     {
+        fuzz::SetLongestWait(circumstances.isWaitShort ? 0 : 1);
         stops_ = 0;
+        wasStopped_ = false;
         losses_.clear();
         hasFailed_ = false;
-        isBusThere_ = isBusThere;
-        if (!isBusThere)
+        isBusThere_ = circumstances.isBusThere;
+        if (!isBusThere_)
         {
             TakeBusAway();
+        }
+        // Neither is ever taken back by the module.
+        (*feature_).*MemberOf(test::FeatureWorking{}) = circumstances.hasServiceAnswered;
+        (*connector_).*MemberOf(test::ConnectorWorking{}) = circumstances.hasServiceAnswered;
+        (*connector_).*MemberOf(test::ConnectRequested{}) = false;
+        if (std::exchange(areNotificationsAtOnce_, circumstances.areNotificationsAtOnce) !=
+            circumstances.areNotificationsAtOnce) // it costs threads
+        {
+            sim::AudioService::Instance().SetDelivery(areNotificationsAtOnce_ ? sim::Delivery::Concurrent
+                                                                              : sim::Delivery::InTurn);
         }
         sim::FaultPlan::Instance().FailCall("TipsBase::SetAutoClose", 0, 1); // see the tip's target
     }
@@ -508,13 +558,27 @@ private:
     {
         if (IsStopped())
         {
+            RequireNoRestore(); // a start forgets one
             feature_->Init();
         }
         fuzz::Require(sim::TipsControl::WaitForNoCallback(longestUnrest), "the tips' answers come to an end");
         sim::TipsControl::SetAnswerInsideShow(std::nullopt);
         EmptyLoop();
+        if (wasStopped_)
+        {
+            // The worker may still carry out what a stop took out of the queue: what it is given now comes after that.
+            VynCore::VynDevice nobodys;
+            nobodys.bluetoothAddr = "nobody's";
+            feature_->DisableFeature(nobodys);
+        }
         Await([this] { return IsWorkerIdle(); }, "the worker comes to an end");
         fuzz::Require(sim::AudioService::Instance().WaitForIdle(longestUnrest), "notifications come to an end");
+    }
+
+    void RequireNoRestore() const
+    {
+        const std::scoped_lock lock((*feature_).*MemberOf(test::VolumeMutex{}));
+        fuzz::Require((*feature_).*MemberOf(test::VolumeTaskId{}) == 0, "no restore is left");
     }
 
     void Check() const
@@ -524,10 +588,7 @@ private:
         const std::map<std::string, std::size_t> kept = {{"MMDeviceEnumerator", 1}};
         Await([&] { return service.LiveObjects() == kept && service.LiveMemory() == 0; },
               "nothing of the audio service is kept");
-        {
-            const std::scoped_lock lock((*feature_).*MemberOf(test::VolumeMutex{}));
-            fuzz::Require((*feature_).*MemberOf(test::VolumeTaskId{}) == 0, "no restore is left");
-        }
+        RequireNoRestore();
         fuzz::Require(sim::TipsControl::Tips() <= 1, "one tip at a time");
         CheckReports();
         CheckLeaks();
@@ -598,12 +659,10 @@ private:
         }
         fuzz::ForgetRecords();
         sim::TipsControl::Reset();
-        if (isBusThere_) // a start without the bus lets go of what one with it has made
-        {
-            TakeBusAway();
-            feature_->Init();
-            connector_->Init();
-        }
+        ((*feature_).*MemberOf(test::FeatureDropsProxy{}))(nullptr);
+        ((*connector_).*MemberOf(test::ConnectorDropsProxy{}))(nullptr);
+        ((*feature_).*MemberOf(test::FeatureReady{})).Close();
+        ((*connector_).*MemberOf(test::ConnectorReady{})).Close();
         auto& service = sim::AudioService::Instance();
         for (const char* const label : labels)
         {
@@ -612,10 +671,7 @@ private:
                 service.SetState(label, DEVICE_STATE_ACTIVE);
             }
         }
-        if (service.Default(eRender, eConsole) != labels[0])
-        {
-            service.SetDefault(labels[0]);
-        }
+        service.SetDefault(labels[0]); // in all roles
         service.SetVolume(labels[0], 0.8F);
         fuzz::Require(service.WaitForIdle(longestUnrest), "notifications come to an end");
         if (hasFailed_)
@@ -633,43 +689,54 @@ private:
     std::map<std::string, unsigned> losses_; // by model, guarded by lossesMutex_ while calls are made
     std::atomic<unsigned> stops_ = 0;
     std::atomic<bool> hasFailed_ = false;
-    bool isBusThere_ = false; // of the fuzzer's thread alone
+    std::atomic<bool> wasStopped_ = false;
+    bool isBusThere_ = false; // this and the next of the fuzzer's thread alone
+    bool areNotificationsAtOnce_ = false;
 };
 
 } // namespace
 
-/// With inputs that are named on the command line, each is looked at for leaks: there are not many, and one of them is
-/// what somebody wants to see again.
+/// libFuzzer's own check for leaks is switched off, see CheckLeaks. With inputs that are named on the command line, each is
+/// looked at: there are not many, and one of them is what somebody wants to see again.
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments)
 {
-    for (int at = 1; at < *count; ++at)
+    static std::vector<char*> all(*arguments, *arguments + *count);
+    static char noLeakDetection[] = "-detect_leaks=0";
+    for (const char* const argument : all)
     {
         std::error_code unused;
-        if (std::filesystem::is_regular_file((*arguments)[at], unused))
+        if (argument != all.front() && std::filesystem::is_regular_file(argument, unused))
         {
             leakPace = 1;
         }
     }
+    all.push_back(noLeakDetection);
+    all.push_back(nullptr);
+    *count = static_cast<int>(all.size()) - 1;
+    *arguments = all.data();
     return 0;
 }
 
-/// Input: a byte that says whether the module's long waits end at once or after a millisecond, and whether there is a bus;
-/// then calls: a byte for the thread, the kind and whether a text follows, one for the argument, and the text.
+/// Input: a byte for the circumstances; then calls: a byte for the thread, the kind and whether a text follows, one for the
+/// argument, and the text.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     static auto* const scene = new Scene(); // never destroyed: its threads are there to the end
     fuzz::Input input(bytes, size);
-    const std::uint8_t circumstances = input.Byte();
-    fuzz::SetLongestWait(circumstances & 1);
+    const std::uint8_t first = input.Byte();
+    const Circumstances circumstances = {.isWaitShort = (first & 1) == 0,
+                                         .isBusThere = (first & 2) != 0,
+                                         .hasServiceAnswered = (first & 4) != 0,
+                                         .areNotificationsAtOnce = (first & 24) == 24};
     std::array<Calls, threadCount> parts;
     for (std::size_t left = mostCalls; left > 0 && !input.IsAtEnd(); --left)
     {
-        const std::uint8_t first = input.Byte();
-        const auto kind = static_cast<std::uint8_t>(first & 15);
+        const std::uint8_t head = input.Byte();
+        const auto kind = static_cast<std::uint8_t>(head & 15);
         const std::uint8_t argument = input.Byte();
-        const bool hasText = first >= 0xC0;
-        parts[(first >> 4) % threadCount].push_back({kind, argument, hasText ? input.Text() : std::string()});
+        const bool hasText = head >= 0xC0;
+        parts[(head >> 4) % threadCount].push_back({kind, argument, hasText ? input.Text() : std::string()});
     }
-    scene->Play(parts, (circumstances & 2) != 0);
+    scene->Play(parts, circumstances);
     return 0;
 }

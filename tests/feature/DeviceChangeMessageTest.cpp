@@ -221,6 +221,28 @@ TEST_F(RestoreTask, RestoresASecondLaterInAnApartmentOfItsOwn)
     EXPECT_EQ(loops[loops.size() - 2], "tips Show");
 }
 
+TEST_F(RestoreTask, OfAnEarlierStartLeavesTheNextOneAlone)
+{
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    Service().SetVolume("speaker", 0.875F);
+    ClearTimeline();
+    const ApartmentSpy spy;
+    ReceiveSwitch();
+    auto loop = std::make_unique<TaskLoop>("next");
+    {
+        const std::scoped_lock lock(Field(VolumeMutex{}));
+        ASSERT_TRUE(WaitForLoop("test", "CoInitialize", 2)); // and now it waits for the lock
+        // What a start does, and a switch right after it.
+        Field(VolumeLoop{}).swap(loop);
+        Field(VolumeTaskId{}) = 77;
+    }
+    loop.reset(); // waits for the task
+    const std::scoped_lock lock(Field(VolumeMutex{}));
+    EXPECT_EQ(Field(VolumeTaskId{}), 77U);
+    EXPECT_EQ(Service().Volume("speaker"), 0.32000002F);
+    EXPECT_THAT(Story({"tips"}), IsEmpty());
+}
+
 TEST_F(RestoreTask, LeavesItsApartmentBeforeTheMessageLock)
 {
     ((*handler).*MemberOf(StartTaskLoop{}))();
