@@ -32,7 +32,7 @@ fuzz_target() {
     say "$target: under way (its log: $log)"
     # Short stacks of allocations, and memory used again sooner: a quarter more executions a second.
     ASAN_OPTIONS=malloc_context_size=5:quarantine_size_mb=32 \
-        "$fuzz_build/bin/fuzz_$target" "$limit" -max_len=1024 -timeout=100 -print_final_stats=1 \
+        "${fixed_addresses[@]}" "$fuzz_build/bin/fuzz_$target" "$limit" -max_len=1024 -timeout=100 -print_final_stats=1 \
         "-artifact_prefix=$fuzz_build/findings/$target-" "${options[@]}" \
         "$corpus" "$root/native/fuzz/corpus/$target" </dev/null >"$log" 2>&1
 }

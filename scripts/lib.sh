@@ -104,6 +104,15 @@ build_targets() {
         cmake --build "$build" --parallel "$(nproc)" --target "$@"
 }
 
+# --- sanitizers ---
+
+# Where the kernel spreads addresses far, the sanitizers of LLVM 14 do not always find room for their shadow: what a program
+# with one of them is to be run through, where that is allowed.
+# shellcheck disable=SC2034 # for the scripts that source this file
+fixed_addresses=()
+# shellcheck disable=SC2034 # likewise
+setarch "$(uname -m)" -R true 2>/dev/null && fixed_addresses=(setarch "$(uname -m)" -R)
+
 # --- Wine ---
 
 export WINEPREFIX=$build/wineprefix WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"

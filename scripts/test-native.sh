@@ -35,10 +35,6 @@ test_preset() {
 check_system
 ensure_packages "${native_packages[@]}"
 
-# Where the kernel spreads addresses far, the sanitizers of LLVM 14 do not always find room for their shadow.
-fixed_addresses=()
-setarch "$(uname -m)" -R true 2>/dev/null && fixed_addresses=(setarch "$(uname -m)" -R)
-
 failed=()
 presets=${NATIVE_PRESETS:-native-asan native-tsan}
 # The fuzz targets are four tests: options that choose others would find none.

@@ -2,10 +2,12 @@
 #include "tests/contract/AudioMovesTest.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <random>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace test
 {
@@ -63,8 +65,16 @@ protected:
         EXPECT_LT(taken, 10s);
         if (offset < 400ms)
         {
-            quickestEarlyEnd_ = std::min(quickestEarlyEnd_, taken);
+            earlyEnds_.push_back(taken);
         }
+    }
+
+    /// Of what the ends in the first 400 ms took. Single ones may be late on a busy machine.
+    std::chrono::nanoseconds MedianOfEarlyEnds()
+    {
+        const auto middle = earlyEnds_.begin() + static_cast<std::ptrdiff_t>(earlyEnds_.size() / 2);
+        std::nth_element(earlyEnds_.begin(), middle, earlyEnds_.end());
+        return *middle;
     }
 
     static float LevelOf(int round) { return 0.5F + static_cast<float>(round) / 128; }
@@ -86,7 +96,7 @@ protected:
     std::mt19937 random_{GetParam()};
     int endedBefore_ = 0; // rounds that ended before anything was restored
     int endedAfter_ = 0;
-    std::chrono::nanoseconds quickestEarlyEnd_ = 1h;
+    std::vector<std::chrono::nanoseconds> earlyEnds_;
 };
 
 TEST_P(StopDuringDip, IsPromptAndFinal)
@@ -98,7 +108,8 @@ TEST_P(StopDuringDip, IsPromptAndFinal)
     }
     EXPECT_GT(endedBefore_, 0);
     EXPECT_GT(endedAfter_, 0);
-    EXPECT_LT(quickestEarlyEnd_, 500ms); // it does not sit the second out
+    ASSERT_FALSE(earlyEnds_.empty());
+    EXPECT_LT(MedianOfEarlyEnds(), 500ms); // it does not sit the second out
     ClearTimeline();
     Move();
     ASSERT_TRUE(WaitForMessages(1));

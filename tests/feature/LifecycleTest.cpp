@@ -7,7 +7,10 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace test
 {
@@ -170,11 +173,13 @@ TEST_F(LifecycleWithService, SecondUnInitDoesNoHarm)
 TEST_F(LifecycleWithService, UnInitDropsThePendingVolumeTask)
 {
     handler->Init();
-    std::atomic<bool> ran = false;
-    Field(VolumeTaskId{}) = Field(VolumeLoop{})->PostDelayedTask(1000000000ULL * 3600, [&] { ran = true; });
+    TaskLoop& loop = *Field(VolumeLoop{});
+    std::optional<bool> isDroppedByRunningLoop; // the stop, which empties the queue too, comes after the removal
+    std::shared_ptr<void> held(nullptr, [&](void*) { isDroppedByRunningLoop = loop.IsRunning(); });
+    Field(VolumeTaskId{}) = loop.PostDelayedTask(1000000000ULL * 3600, [held = std::move(held)] {});
     handler->UnInit();
     EXPECT_EQ(Field(VolumeTaskId{}), 0U);
-    EXPECT_FALSE(ran);
+    EXPECT_EQ(isDroppedByRunningLoop, true);
 }
 
 TEST_F(LifecycleWithService, MessagesReachTheHandlerUntilUnInit)

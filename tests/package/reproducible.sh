@@ -8,7 +8,8 @@ elsewhere="$work/in quite another folder"
 sources=$elsewhere/sources
 rm -rf "$sources"
 mkdir -p "$sources" || die "cannot make $sources"
-(cd "$root" && tar -c --exclude='./build*' --exclude="./${build#"$root/"}" --exclude=./.git --exclude=./.cache .) | tar -x -C "$sources" ||
+(cd "$root" && tar -c --exclude='./build*' --exclude="./${build#"$root/"}" --exclude="./${work#"$root/"}" \
+    --exclude=./.git --exclude=./.cache .) | tar -x -C "$sources" ||
     die "cannot copy the sources"
 build_release "$sources" "$elsewhere/build" HeadsetAdapterPlugin
 

@@ -27,10 +27,10 @@ bool Fails(std::string_view call)
 }
 
 /// The tip begins to show, and to close by itself.
-void Begin(const TipRegister::TipPointer& tip)
+void Begin(const TipRegister::TipPointer& tip, std::string_view entry)
 {
     TipRegister::Instance().SetShowing(tip);
-    Record("Show");
+    Record(entry);
     const sim::TipDescription description = tip->Description();
     if (const auto hook = TipSwitches::Instance().Get(&TipSwitches::shownHook))
     {
@@ -72,14 +72,14 @@ TipsBase* OrbTipsManager::CreateTips(void* owner, EnmTipsType type, int tipsId)
     return TipRegister::Instance().Create(owner, type, tipsId);
 }
 
-void OrbTipsManager::Show(TipsBase* tip, TipsBase* /*other*/)
+void OrbTipsManager::Show(TipsBase* tip, TipsBase* other)
 {
     const TipRegister::TipPointer shown = TipRegister::Instance().Find(tip);
     if (Fails("OrbTipsManager::Show") || !shown)
     {
         return Record(shown ? "Show fails" : "Show of no tip");
     }
-    Begin(shown);
+    Begin(shown, other == nullptr ? "Show" : "Show in place of a tip");
     if (const auto reply = TipSwitches::Instance().Get(&TipSwitches::answerInsideShow))
     {
         sim::TipAnswers::Instance().Deliver(*reply, shown);

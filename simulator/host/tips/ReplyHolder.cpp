@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace sim
@@ -12,26 +13,45 @@ namespace
 {
 
 constexpr int rubbish = 0xDD;
+constexpr wchar_t rubbishCharacter = 0x2592;
 
 } // namespace
 
 class ReplyHolder::Stay
 {
 public:
-    explicit Stay(ReplyHolder& holder) : holder_(holder) {}
+    Stay(ReplyHolder& holder, const std::wstring& param) : holder_(holder), param_(param) {}
     ~Stay() { holder_.DestroyTaken(Leave()); }
     Stay(const Stay&) = delete;
     Stay& operator=(const Stay&) = delete;
+
+    /// Null when there is no callback, or no longer.
+    const Callback* Enter()
+    {
+        const std::scoped_lock lock(holder_.mutex_);
+        if (holder_.callback_ == nullptr || holder_.isUnwanted_ || !*holder_.callback_)
+        {
+            return nullptr;
+        }
+        holder_.inside_.push_back(this);
+        return holder_.callback_;
+    }
+
+    std::thread::id Thread() const { return thread_; }
+    std::wstring& Param() { return param_; }
+    void OverwriteParam() { std::ranges::fill(param_, rubbishCharacter); }
 
 private:
     Callback* Leave()
     {
         const std::scoped_lock lock(holder_.mutex_);
-        holder_.inside_.erase(std::ranges::find(holder_.inside_, std::this_thread::get_id()));
+        std::erase(holder_.inside_, this);
         return holder_.isUnwanted_ ? holder_.TakeForDestruction() : nullptr;
     }
 
     ReplyHolder& holder_;
+    const std::thread::id thread_ = std::this_thread::get_id();
+    std::wstring param_;
 };
 
 void ReplyHolder::Set(const Callback& callback)
@@ -53,21 +73,16 @@ ReplyHolder::Callback ReplyHolder::Copy() const
     return callback_ != nullptr && !isUnwanted_ ? *callback_ : Callback();
 }
 
-bool ReplyHolder::CallInPlace(Qva::TipsSdk::EnmReplyEvent event, std::wstring& param)
+bool ReplyHolder::CallInPlace(Qva::TipsSdk::EnmReplyEvent event, const std::wstring& param)
 {
-    const Callback* callback = nullptr;
+    Stay stay(*this, param);
+    const Callback* const callback = stay.Enter();
+    if (callback == nullptr)
     {
-        const std::scoped_lock lock(mutex_);
-        if (callback_ == nullptr || isUnwanted_ || !*callback_)
-        {
-            return false;
-        }
-        inside_.push_back(std::this_thread::get_id());
-        callback = callback_;
+        return false;
     }
-    const Stay stay(*this);
     // The callback may be destroyed in this call. Nothing looks at it afterwards, the function object's own call neither.
-    (*callback)(event, param);
+    (*callback)(event, stay.Param());
     return true;
 }
 
@@ -85,11 +100,16 @@ void ReplyHolder::Destroy()
 /// With the lock held. Null when another thread is inside it, or it has been taken.
 ReplyHolder::Callback* ReplyHolder::TakeForDestruction()
 {
-    const auto isOther = [](std::thread::id thread)
+    const auto isOther = [](const Stay* stay)
     {
-        return thread != std::this_thread::get_id();
+        return stay->Thread() != std::this_thread::get_id();
     };
-    return std::ranges::any_of(inside_, isOther) ? nullptr : std::exchange(callback_, nullptr);
+    if (std::ranges::any_of(inside_, isOther))
+    {
+        return nullptr;
+    }
+    std::ranges::for_each(inside_, &Stay::OverwriteParam);
+    return std::exchange(callback_, nullptr);
 }
 
 /// Without the lock: what a callback has captured may do anything when it goes.

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <thread>
+#include <string>
 #include <vector>
 
 namespace sim
@@ -28,18 +28,19 @@ public:
     /// A copy; empty when there is no callback, or no longer.
     Callback Copy() const;
 
-    /// Calls the callback itself. False when there is none, or no longer.
-    bool CallInPlace(Qva::TipsSdk::EnmReplyEvent event, std::wstring& param);
+    /// Calls the callback itself, with a copy of the text that belongs to the holder. False when there is none, or no
+    /// longer.
+    bool CallInPlace(Qva::TipsSdk::EnmReplyEvent event, const std::wstring& param);
 
     /// Destroys the callback for good: at once, also out of the callback itself, unless another thread is inside it; then
-    /// when the last of them leaves it.
+    /// when the last of them leaves it. Out of the callback itself, the text that it was called with is overwritten.
     void Destroy();
 
     ReplyHolder(const ReplyHolder&) = delete;
     ReplyHolder& operator=(const ReplyHolder&) = delete;
 
 private:
-    /// A thread's stay inside the callback.
+    /// A thread's stay inside the callback, and the text that it came with.
     class Stay;
 
     Callback* TakeForDestruction();
@@ -48,8 +49,8 @@ private:
     mutable std::mutex mutex_;                                // guards the fields below
     alignas(Callback) std::byte storage_[sizeof(Callback)]{}; // of the callback, if there is one
     Callback* callback_ = nullptr;
-    std::vector<std::thread::id> inside_; // a thread for each of its stays
-    bool isUnwanted_ = false;             // true: destroyed, or to be destroyed
+    std::vector<Stay*> inside_;
+    bool isUnwanted_ = false; // true: destroyed, or to be destroyed
 };
 
 } // namespace sim

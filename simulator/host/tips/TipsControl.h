@@ -45,9 +45,10 @@ struct TipReply
 /// while an answer is under way. No lock of the library is held while a callback runs or is destroyed.
 ///
 /// Timeline, told by "tips": every call of the module, such as `SetTitleTxt "Headset audio"`, `Show` or `CloseTips` (also
-/// `Show of no tip` and `CloseTips of no tip`); `auto-closed`, when a tip is gone after its delay; around each callback
-/// `reply 9 "secondBtn"` and `reply 9 "secondBtn" returned` (or `threw`); `reply 9 "secondBtn" to no tip` for an answer
-/// whose tip has gone before it was delivered, and `... to no callback` for a tip that has none.
+/// `Show in place of a tip`, `Show of no tip` and `CloseTips of no tip`); `auto-closed`, when a tip is gone after its
+/// delay; around each callback `reply 9 "secondBtn"` and `reply 9 "secondBtn" returned` (or `threw`);
+/// `reply 9 "secondBtn" to no tip` for an answer whose tip has gone before it was delivered, and `... to no callback`
+/// for a tip that has none.
 ///
 /// Faults: calls are entered in the FaultPlan as "OrbTipsManager::CreateTips", "TipsBase::SetTitleTxt" and
 /// "TipsPopUpWnd::SetContentTxt" and so on. Failing ones give null or false, or do nothing.
@@ -103,8 +104,9 @@ public:
     /// Whether the callback of a tip that is closed, by whomever, is kept for AnswerLate. Switching it off forgets it.
     static void SetKeepsCallbacks(bool keeps);
     /// Whether answers call the tip's own callback in place of a copy. CloseTips out of the callback then destroys the
-    /// callback that runs, with all that it has captured, and overwrites it; a callback that looks at its captures
-    /// afterwards finds rubbish. Closing from another thread still waits for the callback's end to destroy it.
+    /// callback that runs, with all that it has captured, and overwrites it and the text that it was called with; a
+    /// callback that looks at these afterwards finds rubbish. Closing from another thread still waits for its end to
+    /// destroy it.
     static void SetDestroysRunningCallback(bool destroys);
 
     /// Closes every tip and goes back to the behaviour at the start. Answers that wait for their turn are dropped; one

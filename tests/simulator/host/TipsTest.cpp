@@ -50,6 +50,19 @@ TEST_F(TipsTest, TellTheTimelineHowTheyAreSetUp)
                                     "Show", "CloseTips", "CloseTips of no tip", "Show of no tip"));
 }
 
+TEST_F(TipsTest, TellTheTimelineThatTheyShowInPlaceOfAnother)
+{
+    TipsPopUpWnd* const other = Create();
+    TipsPopUpWnd* const tip = Create();
+    tip->SetContentTxt(L"Content");
+    sim::Timeline::Instance().Clear();
+    Manager().Show(other, nullptr);
+    Manager().Show(tip, other);
+    EXPECT_THAT(Told(), ElementsAre("Show", "Show in place of a tip"));
+    EXPECT_TRUE(Manager().IsTipsExist(other));
+    EXPECT_EQ(TipsControl::Showing()->content, L"Content");
+}
+
 TEST_F(TipsTest, AreDescribedWhileTheyShow)
 {
     TipsPopUpWnd* const tip = Create();
@@ -82,6 +95,25 @@ TEST_F(TipsTest, AreDescribedWhileTheyShow)
     EXPECT_TRUE(shown->hasCallback);
     Manager().CloseTips(tip);
     EXPECT_EQ(TipsControl::Showing(), std::nullopt);
+}
+
+TEST_F(TipsTest, OverwriteTheTextOfTheReplyThatClosesThem)
+{
+    TipsControl::SetDestroysRunningCallback(true);
+    TipsBase* tip = nullptr;
+    std::wstring before;
+    std::wstring after;
+    tip = Show(
+        [&tip, &before, &after](EnmReplyEvent, std::wstring& param)
+        {
+            std::wstring& result = after; // what is captured is gone after the closing
+            before = param;
+            Manager().CloseTips(tip);
+            result = param;
+        });
+    ASSERT_TRUE(TipsControl::WaitForAnswer(TipsControl::Answer({9, L"secondBtn"}), limit));
+    EXPECT_EQ(before, L"secondBtn");
+    EXPECT_EQ(after, L"\u2592\u2592\u2592\u2592\u2592\u2592\u2592\u2592\u2592");
 }
 
 TEST_F(TipsTest, CloseByThemselvesWhenTheirDelayIsOver)
