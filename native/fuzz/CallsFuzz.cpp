@@ -16,7 +16,10 @@
 #if __has_feature(address_sanitizer) // the other sanitizers do not bring it
 #include <sanitizer/lsan_interface.h>
 #else
-static int __lsan_do_recoverable_leak_check() { return 0; } // NOLINT(bugprone-reserved-identifier): it is the sanitizer's name
+static int __lsan_do_recoverable_leak_check() // under the sanitizer's own name
+{
+    return 0;
+}
 #endif
 
 #include <array>
@@ -61,8 +64,8 @@ using namespace std::chrono_literals;
 
 constexpr auto longestUnrest = 60s; // what does not come to rest never does; a machine with other work takes its time
 constexpr std::size_t threadCount = 3;
-constexpr std::int32_t lost = 12; // the event of a device that is gone for good
-int leakPace = 500; // every so many inputs
+constexpr std::int32_t lost = 12;    // the event of a device that is gone for good
+int leakPace = 500;                  // every so many inputs
 constexpr std::size_t mostCalls = 8; // as many again would halve the executions a second
 
 /// What is called on one thread, and with what. Plain data.
@@ -156,9 +159,9 @@ constexpr const char* labels[] = {"speaker", "0A1B2C3D4E5F stereo", "0A1B2C3D4E5
 /// What an input's calls meet.
 struct Circumstances
 {
-    bool isWaitShort;           // whether the module's long waits end at once, or after a millisecond
-    bool isBusThere;            // a provider that is started can post to it, though nobody answers
-    bool hasServiceAnswered;    // before the first call
+    bool isWaitShort;            // whether the module's long waits end at once, or after a millisecond
+    bool isBusThere;             // a provider that is started can post to it, though nobody answers
+    bool hasServiceAnswered;     // before the first call
     bool areNotificationsAtOnce; // on several threads of the platform, in any order
 };
 
@@ -311,7 +314,8 @@ private:
 
     void ChangeEndpoint(const Call& call)
     {
-        sim::AudioService::Instance().SetState(labels[call.argument % std::size(labels)], 1U << ((call.argument >> 4) & 3));
+        sim::AudioService::Instance().SetState(labels[call.argument % std::size(labels)],
+                                               1U << ((call.argument >> 4) & 3));
     }
 
     void ChangeDefault(const Call& call)
@@ -427,7 +431,8 @@ private:
                                                    "IPropertyStore",
                                                    "OrbTipsManager::CreateTips",
                                                    "IAudioEndpointVolume"};
-        sim::FaultPlan::Instance().FailNthOf(prefixes[call.argument % std::size(prefixes)], 1U + (call.argument >> 4), E_FAIL);
+        sim::FaultPlan::Instance().FailNthOf(prefixes[call.argument % std::size(prefixes)], 1U + (call.argument >> 4),
+                                             E_FAIL);
         hasFailed_ = true;
     }
 
