@@ -26,9 +26,7 @@ fuzz_target() {
     local corpus=$fuzz_build/corpus/$target log=$fuzz_build/logs/fuzz-$target.log
     mkdir -p "$corpus" "$fuzz_build/findings" "$fuzz_build/logs" || die "cannot make folders in $fuzz_build"
     [ -e "$dictionary" ] && options+=("-dict=$dictionary")
-    if [ "$target" = calls ]; then
-        options+=(-detect_leaks=0 -max_len=64) # it looks for leaks itself, and makes eight calls at most
-    fi
+    [ "$target" = calls ] && options+=(-max_len=64) # it makes eight calls at most
     say "$target: under way (its log: $log)"
     # Short stacks of allocations, and memory used again sooner: a quarter more executions a second.
     ASAN_OPTIONS=malloc_context_size=5:quarantine_size_mb=32 \

@@ -30,7 +30,7 @@ TEST(ModuleLockOrder, HasNoCircle)
     plugin->UnInit();
 
     EXPECT_THAT(watch.Circle(), IsEmpty());
-    EXPECT_GE(watch.Pairs(), 10U); // it did watch: the day nests about twice as many locks
+    EXPECT_GE(watch.Pairs(), 10U); // it did watch
 }
 
 } // namespace
