@@ -3,7 +3,15 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
 
 namespace
 {
