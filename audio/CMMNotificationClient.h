@@ -54,6 +54,6 @@ private:
     void HandleStateChange(LPCWSTR deviceId, DWORD newState);
 
     std::atomic<ULONG> references_ = 1;
-    DeviceChangeCallback propertyChanged_ GUARDED_BY(callbackMutex_);
+    DeviceChangeCallback propertyChanged_ HEADSET_GUARDED_BY(callbackMutex_);
     mutable std::mutex callbackMutex_; // a leaf, held for copying only
 };

@@ -28,7 +28,7 @@ struct ModuleEndpoints
     /// Guards endpointList; it also makes enumerations and default look-ups go one after another.
     std::mutex endpointMutex;
 
-    EndpointList endpointList GUARDED_BY(endpointMutex);
+    EndpointList endpointList HEADSET_GUARDED_BY(endpointMutex);
     DefaultSet defaultSet; // guarded by defaultSetMutex
 
     static ModuleEndpoints& Instance();

@@ -81,12 +81,12 @@ private:
     bool EraseState(const DeviceKey& devItem);
     void ForgetStates();
 
-    std::shared_ptr<VynCore::IpcProxy> ipcProxy GUARDED_BY(proxyMutex);
+    std::shared_ptr<VynCore::IpcProxy> ipcProxy HEADSET_GUARDED_BY(proxyMutex);
     std::atomic<bool> serverWorking{false}; // once true it stays so
     OwnedHandle serverReadyEvent;           // serverReady's alone
     std::atomic<bool> IsConnectDev{false};  // set by a connect request, consumed by the next update
     std::mutex devStatsMutex; // one report to the host at a time: held from the look-up to the end of the notification
-    std::map<DeviceKey, VynCore::DeviceState> devStatsMap GUARDED_BY(statesMutex); // last state of each device
+    std::map<DeviceKey, VynCore::DeviceState> devStatsMap HEADSET_GUARDED_BY(statesMutex); // last state of each device
 
     mutable std::mutex proxyMutex; // a leaf
     // A leaf. Emptying the map must not take devStatsMutex: the host may withdraw the provider from inside its

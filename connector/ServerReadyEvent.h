@@ -82,10 +82,11 @@ public:
     }
 
 private:
-    void AwaitSettlement() const NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
+    // The analysis does not know the lock that a condition takes.
+    void AwaitSettlement() const HEADSET_NO_THREAD_SAFETY_ANALYSIS
     {
         std::unique_lock lock(mutex_);
-        hasSettled_.wait(lock, [this, wanted = signalled_]() REQUIRES(mutex_) { return settled_ >= wanted; });
+        hasSettled_.wait(lock, [this, wanted = signalled_]() HEADSET_REQUIRES(mutex_) { return settled_ >= wanted; });
     }
 
     void Signal()
@@ -100,7 +101,7 @@ private:
 
     mutable std::mutex mutex_; // a leaf
     mutable std::condition_variable hasSettled_;
-    OwnedHandle& event_ GUARDED_BY(mutex_);
-    std::uint64_t signalled_ GUARDED_BY(mutex_) = 0; // announcements so far
-    std::uint64_t settled_ GUARDED_BY(mutex_) = 0;   // those of them that have taken effect
+    OwnedHandle& event_ HEADSET_GUARDED_BY(mutex_);
+    std::uint64_t signalled_ HEADSET_GUARDED_BY(mutex_) = 0; // announcements so far
+    std::uint64_t settled_ HEADSET_GUARDED_BY(mutex_) = 0;   // those of them that have taken effect
 };

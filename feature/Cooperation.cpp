@@ -60,10 +60,10 @@ bool HeadsetAudioFeatureHandler::RetireWorker()
 }
 
 HeadsetAudioFeatureHandler::TakenCoopTask HeadsetAudioFeatureHandler::TakeCoopTask()
-    NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
+    HEADSET_NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
 {
     std::unique_lock lock(coopMutex);
-    coopCondition.wait(lock, [this]() REQUIRES(coopMutex) { return !coopTaskQueue.empty(); });
+    coopCondition.wait(lock, [this]() HEADSET_REQUIRES(coopMutex) { return !coopTaskQueue.empty(); });
     return TakeHeadLocked();
 }
 

@@ -175,7 +175,7 @@ private:
     void ReplaceProxy(std::shared_ptr<VynCore::IpcProxy> proxy);
 
     TakenCoopTask TakeCoopTask();
-    TakenCoopTask TakeHeadLocked() REQUIRES(coopMutex);
+    TakenCoopTask TakeHeadLocked() HEADSET_REQUIRES(coopMutex);
     void CarryOut(const TakenCoopTask& task);
     void Switch(const TakenCoopTask& task) noexcept;
     void GiveUp(const TakenCoopTask& task, DWORD waitResult);
@@ -186,7 +186,7 @@ private:
     bool RetireWorker();
     void QueueTask(const std::string& mac, std::uint32_t kind);
     bool QueueEnableOnce(const std::string& mac);
-    bool IsEnableQueuedLocked(const std::string& mac) const REQUIRES(coopMutex);
+    bool IsEnableQueuedLocked(const std::string& mac) const HEADSET_REQUIRES(coopMutex);
     std::optional<std::uint32_t> KindOfPending(const std::string& mac);
     void TakeNoteOfChange(const EndpointRecord& record);
     bool MakeHeadsetDefault(const std::string& deviceMacAddr);
@@ -212,7 +212,7 @@ private:
     std::recursive_mutex volumeMutex;         // also held while a device-change message is handled
     std::mutex deviceChangeMutex;             // makes DeviceStateChanged run once at a time
     std::mutex featureStateMutex;             // makes GetFeatureState run once at a time
-    std::shared_ptr<VynCore::IpcProxy> ipcProxy GUARDED_BY(proxyMutex);
+    std::shared_ptr<VynCore::IpcProxy> ipcProxy HEADSET_GUARDED_BY(proxyMutex);
     OwnedHandle serverReadyEvent; // serverReady's alone
     std::atomic<bool> serverWorking = false;
     std::string commandHeadFirst = "3"; // the three never change
@@ -222,14 +222,14 @@ private:
     std::atomic<bool> coopRunning = false;
     std::mutex coopMutex;                  // a leaf
     std::condition_variable coopCondition; // signalled once for each task that is queued; waited for with coopMutex
-    std::vector<CoopTask> coopTaskQueue GUARDED_BY(coopMutex);
-    std::string pendingMac GUARDED_BY(coopMutex);
-    std::uint32_t pendingKind GUARDED_BY(coopMutex) = CoopKind::disable;
-    OwnedHandle pendingEvent GUARDED_BY(coopMutex); // of the cooperation being carried out, else none
-    Qva::TipsSdk::TipsBase* voiceChangeTip GUARDED_BY(tipMutex) = nullptr; // the tips library's; null for none
-    std::string tipDeviceAddress GUARDED_BY(tipMutex);                     // headset key that the tip was made for
+    std::vector<CoopTask> coopTaskQueue HEADSET_GUARDED_BY(coopMutex);
+    std::string pendingMac HEADSET_GUARDED_BY(coopMutex);
+    std::uint32_t pendingKind HEADSET_GUARDED_BY(coopMutex) = CoopKind::disable;
+    OwnedHandle pendingEvent HEADSET_GUARDED_BY(coopMutex); // of the cooperation being carried out, else none
+    Qva::TipsSdk::TipsBase* voiceChangeTip HEADSET_GUARDED_BY(tipMutex) = nullptr; // the tips library's; null for none
+    std::string tipDeviceAddress HEADSET_GUARDED_BY(tipMutex); // headset key that the tip was made for
 
-    bool isWorkerAlive GUARDED_BY(coopMutex) = false;
+    bool isWorkerAlive HEADSET_GUARDED_BY(coopMutex) = false;
     mutable std::mutex proxyMutex; // a leaf, held for copying only
     // A reply to a tip must not wait for volumeMutex: this is held for copying, and for posting to the loop, only.
     mutable std::mutex tipMutex;

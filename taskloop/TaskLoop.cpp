@@ -104,10 +104,10 @@ void TaskLoop::StartThread()
     AwaitName(); // from here on nobody reads the name while it is written
 }
 
-void TaskLoop::AwaitName() NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
+void TaskLoop::AwaitName() HEADSET_NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
 {
     std::unique_lock lock(nameMutex);
-    hasBeenNamed.wait(lock, [this]() REQUIRES(nameMutex) { return isNamed; });
+    hasBeenNamed.wait(lock, [this]() HEADSET_REQUIRES(nameMutex) { return isNamed; });
 }
 
 void TaskLoop::StopLoop()

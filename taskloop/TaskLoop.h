@@ -77,14 +77,16 @@ public:
     /// due time cannot be expressed, and nothing was added.
     std::uint64_t PostDelayedTask(std::uint64_t delayNs, std::function<void()> callback)
     {
-        return Post(false, delayNs, std::move(callback), [this]() REQUIRES(queueMutex) { ResetTimerIfNeedLocked(); });
+        return Post(false, delayNs, std::move(callback),
+                    [this]() HEADSET_REQUIRES(queueMutex) { ResetTimerIfNeedLocked(); });
     }
 
     /// Adds a task to be run every `intervalNs` nanoseconds, counted from the end of the run before; the first time that
     /// long from now. An interval of 0 runs it once. Results as for `PostDelayedTask`.
     std::uint64_t PostPeriodicTask(std::uint64_t intervalNs, std::function<void()> callback)
     {
-        return Post(true, intervalNs, std::move(callback), [this]() REQUIRES(queueMutex) { ResetTimerIfNeedLocked(); });
+        return Post(true, intervalNs, std::move(callback),
+                    [this]() HEADSET_REQUIRES(queueMutex) { ResetTimerIfNeedLocked(); });
     }
 
 private:
@@ -141,7 +143,7 @@ private:
     TASK_LOOP_API void WaitNextEvent(std::uint64_t waitMs);
 
     /// With `queueMutex` held: signals when the loop is not sleeping towards the head's due time.
-    TASK_LOOP_API void ResetTimerIfNeedLocked() REQUIRES(queueMutex);
+    TASK_LOOP_API void ResetTimerIfNeedLocked() HEADSET_REQUIRES(queueMutex);
     TASK_LOOP_API void WakeUp();
     TASK_LOOP_API static std::uint64_t NanosecondSinceSystemStart();
 
@@ -151,25 +153,26 @@ private:
     void AppendThreadIdToName();
     bool RunHeadIfDue(std::uint64_t& waitNs);
     void RunCurrentTask(LoopTask& task);
-    bool QueueLooksEmpty() const NO_THREAD_SAFETY_ANALYSIS; // without queueMutex: intended
+    bool QueueLooksEmpty() const HEADSET_NO_THREAD_SAFETY_ANALYSIS; // without queueMutex: intended
 
     // Returned for a queue that was empty, and passed on as milliseconds: about 24.8 days.
     static constexpr std::uint64_t emptyQueue = 2147483647;
 
     std::string name; // written by the loop's thread before `StartLoop` returns
-    TaskQueue taskQueue GUARDED_BY(queueMutex);
+    TaskQueue taskQueue HEADSET_GUARDED_BY(queueMutex);
     std::unique_ptr<std::thread> thread;
     std::mutex queueMutex;
     std::atomic<bool> busy{false}; // cleared after each pass; nothing sets it: intended
     std::atomic<bool> stopRequested{false};
     std::atomic<bool> running{false};
-    std::uint64_t
-        armedDueTimeNs GUARDED_BY(queueMutex) = 0;          // due time of the head that the loop last found not yet due
-    LoopTask* currentTask GUARDED_BY(queueMutex) = nullptr; // the loop thread's copy of the task that it is running
-    std::mutex waitMutex;                                   // for the timed wait alone; a leaf
+    // Due time of the head that the loop last found not yet due.
+    std::uint64_t armedDueTimeNs HEADSET_GUARDED_BY(queueMutex) = 0;
+    // The loop thread's copy of the task that it is running.
+    LoopTask* currentTask HEADSET_GUARDED_BY(queueMutex) = nullptr;
+    std::mutex waitMutex; // for the timed wait alone; a leaf
     std::condition_variable wakeCondition;
     std::mutex nameMutex; // a leaf, also taken under queueMutex
     std::condition_variable hasBeenNamed;
-    bool isNamed GUARDED_BY(nameMutex) = false; // whether the loop's thread has written its name
-    OwnedHandle threadHandle;                   // of the loop's thread; written by that before the name
+    bool isNamed HEADSET_GUARDED_BY(nameMutex) = false; // whether the loop's thread has written its name
+    OwnedHandle threadHandle;                           // of the loop's thread; written by that before the name
 };
