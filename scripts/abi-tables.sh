@@ -20,10 +20,10 @@ build_targets HeadsetAdapterPlugin
 
 cd "$root/tests/abi" || die "cannot enter $root/tests/abi"
 status=0
-python3 -B check_module.py "$build/tests/abi/targets" --work "$build/tests/abi/module" "${update[@]}" || status=1
+/usr/bin/python3 -B check_module.py "$build/tests/abi/targets" --work "$build/tests/abi/module" "${update[@]}" || status=1
 case " $* " in
     "  " | " --update " | *" exports "*)
-        python3 -B check_library.py "$build/bin/HeadsetAdapterPlugin.dll" "${update[@]:0:1}" || status=1
+        /usr/bin/python3 -B check_library.py "$build/bin/HeadsetAdapterPlugin.dll" "${update[@]:0:1}" || status=1
         ;;
 esac
 exit $status

@@ -10,7 +10,8 @@ import argparse
 import subprocess
 from pathlib import Path
 
-import dumps
+import pefile
+
 import microsoft
 import tables
 
@@ -21,10 +22,17 @@ class Library:
     """What a library exports and imports."""
 
     def __init__(self, path):
-        run = subprocess.run([microsoft.llvm_tool("llvm-readobj"), "--coff-exports", "--coff-imports", str(path)],
-                             capture_output=True, text=True, check=True)
-        self.exports = dumps.library_exports(run.stdout)
-        self.imports = dumps.library_imports(run.stdout)
+        with pefile.PE(str(path), fast_load=True) as image:
+            image.parse_data_directories([pefile.DIRECTORY_ENTRY[f"IMAGE_DIRECTORY_ENTRY_{table}"]
+                                          for table in ("EXPORT", "IMPORT", "DELAY_IMPORT")])
+            self.exports = {symbol.name.decode() for symbol in image.DIRECTORY_ENTRY_EXPORT.symbols}
+            taken = [*getattr(image, "DIRECTORY_ENTRY_IMPORT", []), *getattr(image, "DIRECTORY_ENTRY_DELAY_IMPORT", [])]
+            self.imports = {entry.dll.decode(): set(map(_name, entry.imports)) for entry in taken}
+
+
+def _name(symbol):
+    """What an import is called; its number when it is imported by that."""
+    return symbol.name.decode() if symbol.name else f"#{symbol.ordinal}"
 
 
 def demangle(names):

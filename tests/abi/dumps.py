@@ -100,24 +100,3 @@ def _is_same_size(text, parts):
 def exports(text):
     """The names that objects have the linker export."""
     return {quoted or bare for quoted, bare in re.findall(r'/EXPORT:(?:"([^"]*)"|([^\s,"]+))', text)}
-
-
-def library_exports(text):
-    """The names in a library's export table."""
-    return {_first(block, "Name") for block in _blocks(text, "Export")}
-
-
-def library_imports(text):
-    """What a library takes from others: {library: {name, ...}}."""
-    found = {}
-    for block in _blocks(text, "(?:Delay)?Import"):
-        found.setdefault(_first(block, "Name"), set()).update(re.findall(r"^ *Symbol: (\S+)", block, re.M))
-    return found
-
-
-def _blocks(text, kind):
-    return re.findall(rf"^{kind} \{{\n((?:.*\n)*?)^\}}", text, re.M)
-
-
-def _first(block, key):
-    return re.search(rf"^ *{key}: (\S+)", block, re.M).group(1)

@@ -92,28 +92,3 @@ class NamesTest(unittest.TestCase):
         self.assertEqual(dumps.exports('Directive(s):  /DEFAULTLIB:c++.lib /EXPORT:"?A@B@@QEAAXXZ"'
                                        ' /EXPORT:"??_7B@@6B@",DATA /EXPORT:Create /EXPORT:Data,DATA'),
                          {"?A@B@@QEAAXXZ", "??_7B@@6B@", "Create", "Data"})
-
-    def test_names_that_a_library_exports_and_imports(self):
-        text = """
-Format: COFF-x86-64
-Import {
-  Name: KERNEL32.dll
-  ImportLookupTableRVA: 0x46130
-  Symbol: CloseHandle (141)
-  Symbol: Sleep (1410)
-}
-DelayImport {
-  Name: late.dll
-  Import {
-    Symbol: Later (0)
-    Address: 0x1
-  }
-}
-Export {
-  Ordinal: 1
-  Name: Create
-  RVA: 0x19FB0
-}
-"""
-        self.assertEqual(dumps.library_exports(text), {"Create"})
-        self.assertEqual(dumps.library_imports(text), {"KERNEL32.dll": {"CloseHandle", "Sleep"}, "late.dll": {"Later"}})
