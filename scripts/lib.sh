@@ -40,7 +40,7 @@ run_logged() {
 {
     build_packages=(g++-mingw-w64-x86-64-posix mingw-w64-tools cmake ninja-build googletest)
     run_packages=(wine wine64)
-    test_packages=(clang-tidy clang clang-tools libc++-14-dev lld llvm python3 python3-pefile)
+    test_packages=(clang-tidy clang-format-14 clang clang-tools libc++-14-dev lld llvm python3 python3-pefile)
     native_packages=(clang libclang-rt-14-dev llvm cmake ninja-build googletest)
 }
 

@@ -28,7 +28,10 @@ namespace
 
 Timeline::Predicate Equals(std::string_view who, std::string_view what)
 {
-    return [who, what](const TimelineEntry& entry) { return entry.who == who && entry.what == what; };
+    return [who, what](const TimelineEntry& entry)
+    {
+        return entry.who == who && entry.what == what;
+    };
 }
 
 } // namespace
@@ -47,8 +50,8 @@ Timeline& Timeline::Instance()
 void Timeline::Add(std::string_view who, std::string_view what)
 {
     const std::scoped_lock lock(state_->mutex);
-    state_->entries.push_back({std::chrono::steady_clock::now() - state_->start, GetCurrentThreadId(),
-                               std::string(who), std::string(what)});
+    state_->entries.push_back(
+        {std::chrono::steady_clock::now() - state_->start, GetCurrentThreadId(), std::string(who), std::string(what)});
     if (state_->listener)
     {
         state_->listener(state_->entries.back());
