@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,5 +11,8 @@ namespace TextConversion
 
 std::string ToNarrow(std::wstring_view text);
 std::wstring ToWide(std::string_view text);
+
+/// Nothing for a text with bytes that are no character of the code page.
+std::optional<std::wstring> ToWideStrictly(std::string_view text);
 
 } // namespace TextConversion

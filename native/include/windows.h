@@ -50,6 +50,7 @@
 #define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(static_cast<std::uintptr_t>(0x80000002)))
 #define MAX_PATH 260
 #define CP_ACP 0U
+#define MB_ERR_INVALID_CHARS 8U
 #define CP_UTF8 65001U
 #define GET_MODULE_HANDLE_EX_FLAG_PIN 1U
 #define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 2U

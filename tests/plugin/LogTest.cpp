@@ -1,6 +1,7 @@
 // Composition of log lines.
 #include "plugin/Log.h"
 #include "simulator/timeline/Timeline.h"
+#include "tests/support/AnsiCodePage.h"
 #include "tests/support/LogLines.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <locale>
 #include <new>
 #include <string>
 #include <thread>
@@ -70,6 +72,68 @@ TEST_F(LogTest, AByteOutsideOfAsciiDoesNotCutTheLine)
     EXPECT_THAT(LogLines()[0], EndsWith("-end(A::B)"));
 }
 
+/// A text as it stands in a computer's ANSI code page, and what it says.
+struct Foreign
+{
+    const char* name;
+    UINT page;
+    std::string narrow;
+    std::string utf8;
+};
+
+class LogCodePages : public LogTest, public testing::WithParamInterface<Foreign>
+{
+};
+
+TEST_P(LogCodePages, ATextGoesIntoTheLineWhole)
+{
+    const AnsiCodePage page(nullptr, GetParam().page);
+    ASSERT_TRUE(AnsiCodePage::HasNoCharacterFor(GetParam().narrow[0]));
+    Log::Info("A::B", "name=", GetParam().narrow, " id=", 7);
+    Log::Error("A::B", GetParam().narrow.c_str(), "-");
+    EXPECT_THAT(LogLines(),
+                ElementsAre("3 name=" + GetParam().utf8 + " id=7(A::B)", "4 " + GetParam().utf8 + "-(A::B)"));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LogCodePages,
+                         testing::Values(Foreign{"Japanese", 932, "\x83\x77\x83\x62\x83\x68", "\u30D8\u30C3\u30C9"},
+                                         Foreign{"Chinese", 936, "\xB6\xFA\xBB\xFA", "\u8033\u673A"},
+                                         Foreign{"Korean", 949, "\xC7\xEC\xB5\xE5", "\uD5E4\uB4DC"},
+                                         Foreign{"TraditionalChinese", 950, "\xA6\xD5\xBE\xF7", "\u8033\u6A5F"},
+                                         Foreign{"Utf8", 65001, "\xE8\x80\xB3", "\u8033"},
+                                         // Halves of a character, which mean nothing, stand for themselves.
+                                         Foreign{"HalfOfOne", 936, "\xB6", "\u00B6"},
+                                         Foreign{"CutBehindAWhole", 936, "\xB6\xFA\xBB", "\u00B6\u00FA\u00BB"},
+                                         Foreign{"NotUtf8", 65001, "\xE9-", "\u00E9-"}),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST_F(LogTest, AByteIsWidenedThroughTheStreamsLocale)
+{
+    const AnsiCodePage page(nullptr, 1251); // Cyrillic
+    Log::Info("A::B", "name=", std::string("\xCD-"));
+    EXPECT_THAT(LogLines(), ElementsAre("3 name=\u041D-(A::B)"));
+}
+
+TEST_F(LogTest, AZeroByteDoesNotCutTheLine)
+{
+    Log::Info("A::B", "name=", std::string("a\0b", 3));
+    EXPECT_THAT(LogLines(), ElementsAre(std::string("3 name=a\0b(A::B)", 16)));
+}
+
+struct GroupedNumbers : std::numpunct<wchar_t>
+{
+    wchar_t do_thousands_sep() const override { return L'.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+TEST_F(LogTest, NumbersFollowTheProcesssLocale)
+{
+    const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new GroupedNumbers));
+    Log::Info("A::B", "id=", 1234567, ",", true);
+    std::locale::global(previous);
+    EXPECT_THAT(LogLines(), ElementsAre("3 id=1.234.567,1(A::B)"));
+}
+
 TEST_F(LogTest, ALineThatCannotBeWrittenIsLost)
 {
     sim::Timeline::Instance().SetListener(
@@ -110,9 +174,12 @@ TEST_F(LogTest, LinesOfManyThreadsStayWhole)
     EXPECT_EQ(LogLines().size(), 1000U);
 }
 
-// Bytes would be printed as characters; they are not accepted.
-static_assert(Log::Loggable<int> && Log::Loggable<bool> && Log::Loggable<std::uint64_t>);
+// Bytes and characters would be printed as what they are not; they are not accepted.
+static_assert(Log::Loggable<int> && Log::Loggable<bool> && Log::Loggable<std::uint64_t> &&
+              Log::Loggable<std::uint16_t>);
 static_assert(!Log::Loggable<char> && !Log::Loggable<std::uint8_t> && !Log::Loggable<double>);
+static_assert(!Log::Loggable<wchar_t> && !Log::Loggable<char16_t> && !Log::Loggable<char32_t> &&
+              !Log::Loggable<char8_t>);
 
 } // namespace
 

@@ -1,5 +1,6 @@
 // Narrow and wide texts.
 #include "plugin/TextConversion.h"
+#include "tests/support/AnsiCodePage.h"
 #include "tests/support/ImportPatch.h"
 
 #include <gtest/gtest.h>
@@ -62,6 +63,14 @@ TEST(TextConversion, IsOfTheAnsiCodePage)
     const std::wstring wideText = TextConversion::ToWide("Kopfh\xF6rer \x80");
     EXPECT_EQ(narrowText, "Kopfh\xF6rer \x80 ?");
     EXPECT_EQ(wideText, L"Kopfh\u00F6rer \u20AC");
+}
+
+TEST(TextConversion, OfBytesThatAreNoCharacterIsNothingWhenItIsStrict)
+{
+    const AnsiCodePage page(nullptr, 936);
+    EXPECT_EQ(TextConversion::ToWideStrictly("\xB6\xFA"), L"\u8033");
+    EXPECT_EQ(TextConversion::ToWideStrictly("\xB6\xFA\xBB"), std::nullopt);
+    EXPECT_EQ(TextConversion::ToWideStrictly(""), L"");
 }
 
 int WINAPI NoNarrow(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL)
