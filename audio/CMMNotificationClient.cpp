@@ -5,6 +5,7 @@
 #include "audio/ModuleEndpoints.h"
 
 #include "accessory/AccessoryBaseSdk.h"
+#include "plugin/Attempt.h"
 #include "plugin/Log.h"
 #include "plugin/ModulePin.h"
 
@@ -39,19 +40,6 @@ const char* NotifiedStateName(DWORD state)
         return "UNPLUGGED";
     default:
         return nullptr;
-    }
-}
-
-/// What goes wrong in `step`, for want of memory or of a lock, must not reach the platform's thread.
-template <typename Step> void Attempt(const Step& step) noexcept
-{
-    try
-    {
-        step();
-    }
-    catch (...)
-    {
-        return;
     }
 }
 

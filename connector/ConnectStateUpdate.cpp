@@ -1,5 +1,6 @@
 #include "connector/ConnectStateUpdate.h"
 
+#include "connector/HostValues.h"
 #include "ipc/IpcBufferBuild.h"
 #include "ipc/QvIpcPackage.h"
 
@@ -12,7 +13,7 @@ ConnectStateUpdate ConnectStateUpdate::Read(const TagIPCMessageItem& message)
 {
     ConnectStateUpdate update;
     VynCore::VynDevice& device = update.device;
-    device.deviceType = VynCore::DeviceType::Headset;
+    device.deviceType = HostValues::headset;
     IpcBufferBuild channel(message.data, static_cast<std::uint32_t>(message.dataLength), true);
     QvIpcPackage package(&channel);
     std::string unusedText; // the fourth text is not kept
@@ -28,13 +29,13 @@ ConnectStateUpdate ConnectStateUpdate::Read(const TagIPCMessageItem& message)
 std::optional<DeviceState> ConnectStateUpdate::State() const
 {
     static const std::map<std::int32_t, DeviceState> states = {
-        {3, DeviceState::Disconnected},
-        {4, DeviceState::Disconnected},
-        {5, DeviceState::Connected},
-        {bluetoothConnected, DeviceState::Connected},
-        {bluetoothDisconnected, DeviceState::Disconnected},
-        {101, DeviceState::Disconnected},
-        {102, DeviceState::Connected},
+        {3, HostValues::disconnected},
+        {4, HostValues::disconnected},
+        {5, HostValues::connected},
+        {bluetoothConnected, HostValues::connected},
+        {bluetoothDisconnected, HostValues::disconnected},
+        {101, HostValues::disconnected},
+        {102, HostValues::connected},
     };
     const auto found = states.find(evType);
     return found == states.end() ? std::nullopt : std::optional(found->second);

@@ -2,11 +2,13 @@
 
 #include "accessory/AccessoryBaseSdk.h"
 #include "connector/ConnectStateUpdate.h"
+#include "connector/HostValues.h"
 #include "connector/MakeIpcProxy.h"
 #include "connector/ServiceMessages.h"
 #include "device/VynProviderProxy.h"
 #include "ipc/IpcBufferBuild.h"
 #include "ipc/QvIpcPackage.h"
+#include "plugin/Attempt.h"
 #include "plugin/Log.h"
 #include "plugin/WeakCallback.h"
 
@@ -27,24 +29,13 @@ constexpr DWORD pauseAfterConnectRequestMs = 1000;
 
 const char* StateName(DeviceState state)
 {
-    switch (state)
-    {
-    case DeviceState::Connected:
-        return "DEV_STATE_CONNECTED";
-    case DeviceState::Connecting:
-        return "DEV_STATE_CONNECTING";
-    case DeviceState::Disconnected:
-        return "DEV_STATE_DISCONNECTED";
-    case DeviceState::Disconnecting:
-        return "DEV_STATE_DISCONNECTING";
-    case DeviceState::Enabled:
-        return "DEV_STATE_ENABLED";
-    case DeviceState::Enabling:
-        return "DEV_STATE_ENABLING";
-    case DeviceState::Disabling:
-        return "DEV_STATE_DISABLING";
-    }
-    return "ERROR DeviceState";
+    // In the order of the host's values.
+    static constexpr std::array names = {
+        "DEV_STATE_CONNECTED", "DEV_STATE_CONNECTING", "DEV_STATE_DISCONNECTED", "DEV_STATE_DISCONNECTING",
+        "DEV_STATE_ENABLED",   "DEV_STATE_ENABLING",   "DEV_STATE_DISABLING",
+    };
+    const auto value = static_cast<std::uint32_t>(state);
+    return value < names.size() ? names[value] : "ERROR DeviceState";
 }
 
 /// Packs a connect request and returns its length in bytes.
@@ -87,19 +78,21 @@ bool HeadsetConnector::Init()
 
 void HeadsetConnector::UnInit()
 {
-    TakeLeave();
-    serverReady.Close();
-    ForgetStates();
+    // Each step is tried whatever became of the one before: the host may throw.
+    Attempt([this] { PostStopped(); });
+    Attempt([this] { DropCallbacks(); });
+    Attempt([this] { serverReady.Close(); });
+    Attempt([this] { ForgetStates(); });
 }
 
 VynCore::DeviceType HeadsetConnector::GetDevType()
 {
-    return VynCore::DeviceType::Headset;
+    return HostValues::headset;
 }
 
 std::int32_t HeadsetConnector::ConnectDev(const VynDevice& device)
 {
-    NotifyConnStateChanged(device, DeviceState::Connecting);
+    NotifyConnStateChanged(device, HostValues::connecting);
     Log::Info("HeadsetConnector::ConnectDev",
               "baseInfo.deviceMacAddr=", AccessoryBaseSdk::GetLastTwoSerialNumber(device.baseInfo.deviceMacAddr),
               " modelId:", device.modelId, " subModelId:", device.subModelId);
@@ -302,15 +295,18 @@ void HeadsetConnector::AwaitServer(const char* operation, const char* label)
     }
 }
 
-void HeadsetConnector::TakeLeave()
+void HeadsetConnector::PostStopped()
 {
-    const std::shared_ptr<IpcProxy> proxy = Proxy();
-    if (!proxy)
+    if (const auto proxy = Proxy())
     {
-        return;
+        proxy->PostMsg(ServiceMessages::stopped, ServiceMessages::moduleId, ServiceMessages::clientName);
     }
-    proxy->PostMsg(ServiceMessages::stopped, ServiceMessages::moduleId, ServiceMessages::clientName);
-    if (IPCMessageClient* const client = proxy->GetIpcClient())
+}
+
+void HeadsetConnector::DropCallbacks()
+{
+    const auto proxy = Proxy();
+    if (IPCMessageClient* const client = proxy ? proxy->GetIpcClient() : nullptr)
     {
         client->UnRegisterMessageCallbackAll();
     }

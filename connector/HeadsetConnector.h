@@ -32,11 +32,12 @@ public:
     HeadsetConnector& operator=(const HeadsetConnector&) = delete;
 
     /// Connects to the service, registers with it and waits up to 3000 ms for its announcement. Returns whether the
-    /// service has announced itself; when it has not, it may still do so later.
+    /// service has announced itself; when it has not, it may still do so later. When it is repeated, the earlier proxy
+    /// goes, which waits for a handler that is running.
     bool Init();
 
-    /// Takes leave of the service, drops the message handlers and forgets all devices. It may run inside the host's
-    /// notification; a handler that is running is not waited for.
+    /// Takes leave of the service, drops the message handlers and forgets all devices. A step that throws leaves the others
+    /// to be made. It may run inside the host's notification; a handler that is running is not waited for.
     void UnInit();
 
     VynCore::DeviceType GetDevType() override;
@@ -58,7 +59,8 @@ public:
     /// Forgets a device without telling the host.
     void DelLostDev(const VynCore::VynDevice& device);
 
-    // Handlers of the service's messages; they are called on the IPC library's thread.
+    // Handlers of the service's messages; they are called on the IPC library's thread. What answers a connect request
+    // blocks it for 1000 ms.
     void OnRecvServerStateChanged(const TagIPCMessageItem& message);
     void OnRecvDeviceConnectStateUpdate(const TagIPCMessageItem& message);
 
@@ -73,7 +75,8 @@ private:
     void RegisterCallbacks(VynCore::IpcProxy& proxy);
     void CreateServerReadyEvent();
     void AwaitServer(const char* operation, const char* label);
-    void TakeLeave();
+    void PostStopped();
+    void DropCallbacks();
     void PauseAfterConnectRequest(std::int32_t evType);
 
     /// Stores a state and gives the one that was stored before, if there was one.
@@ -84,7 +87,7 @@ private:
     std::shared_ptr<VynCore::IpcProxy> ipcProxy HEADSET_GUARDED_BY(proxyMutex);
     std::atomic<bool> serverWorking{false}; // once true it stays so
     OwnedHandle serverReadyEvent;           // serverReady's alone
-    std::atomic<bool> IsConnectDev{false};  // set by a connect request, consumed by the next update
+    std::atomic<bool> IsConnectDev{false};  // set by a connect request, cleared by the next update of event type 6 or 7
     std::mutex devStatsMutex; // one report to the host at a time: held from the look-up to the end of the notification
     std::map<DeviceKey, VynCore::DeviceState> devStatsMap HEADSET_GUARDED_BY(statesMutex); // last state of each device
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugin/Attempt.h"
 #include "plugin/OwnedHandle.h"
 #include "plugin/ThreadSafety.h"
 
@@ -22,7 +23,10 @@ public:
     {
     public:
         explicit Announcement(ServerReadyEvent& event) : event_(event) { event_.Signal(); }
-        ~Announcement() { event_.Settle(); }
+        ~Announcement()
+        {
+            Attempt([this] { event_.Settle(); });
+        }
         Announcement(const Announcement&) = delete;
         Announcement& operator=(const Announcement&) = delete;
 

@@ -5,6 +5,7 @@
 #include "audio/ModuleEndpoints.h"
 #include "connector/MakeIpcProxy.h"
 #include "connector/ServiceMessages.h"
+#include "plugin/Attempt.h"
 #include "plugin/Log.h"
 #include "plugin/ModulePin.h"
 #include "plugin/WeakCallback.h"
@@ -145,19 +146,31 @@ void HeadsetAudioFeatureHandler::ReplaceProxy(std::shared_ptr<VynCore::IpcProxy>
 
 bool HeadsetAudioFeatureHandler::UnInit()
 {
-    VynCore::VynProviderProxy::GetInstance().UnRegistProvider(this);
+    // Each step is tried whatever became of the one before: the host may throw.
+    Attempt([this] { VynCore::VynProviderProxy::GetInstance().UnRegistProvider(this); });
+    Attempt([this] { PostStopped(); });
+    Attempt([this] { DropCallbacks(); });
+    Attempt([this] { serverReady.Close(); });
+    Attempt([this] { StopTaskLoop(); });
+    Attempt([this] { DropCooperations(); });
+    return true;
+}
+
+void HeadsetAudioFeatureHandler::PostStopped()
+{
     if (const std::shared_ptr<VynCore::IpcProxy> proxy = Proxy())
     {
         proxy->PostMsg(ServiceMessages::stopped, ServiceMessages::moduleId, ServiceMessages::clientName);
-        if (IPCMessageClient* const client = proxy->GetIpcClient())
-        {
-            client->UnRegisterMessageCallbackAll();
-        }
     }
-    serverReady.Close();
-    StopTaskLoop();
-    DropCooperations();
-    return true;
+}
+
+void HeadsetAudioFeatureHandler::DropCallbacks()
+{
+    const std::shared_ptr<VynCore::IpcProxy> proxy = Proxy();
+    if (IPCMessageClient* const client = proxy ? proxy->GetIpcClient() : nullptr)
+    {
+        client->UnRegisterMessageCallbackAll();
+    }
 }
 
 void HeadsetAudioFeatureHandler::StopTaskLoop()

@@ -50,8 +50,9 @@ public:
     /// waits up to 3000 ms. Returns whether the service is working; all is set up even if it is not.
     bool Init();
 
-    /// Withdraws from host and service and stops the loop; returns true. The worker is not woken: it ends after the
-    /// cooperation at hand, and one without work stays blocked, on purpose.
+    /// Withdraws from host and service and stops the loop, waiting for the task that it is running; returns true. A step
+    /// that throws leaves the others to be made. The worker is not woken: it ends after the cooperation at hand, and one
+    /// without work stays blocked, on purpose.
     bool UnInit();
 
     // Feature operations: FeatureOperations.cpp
@@ -169,6 +170,8 @@ private:
     bool JoinConnectivityService();
     bool AwaitServer();
     void RegisterCallbacks(IPCMessageClient& client);
+    void PostStopped();
+    void DropCallbacks();
     void StopTaskLoop();
     void DropCooperations();
     std::shared_ptr<VynCore::IpcProxy> Proxy() const;

@@ -28,6 +28,10 @@ using Qva::TipsSdk::TipsPopUpWnd;
 constexpr const char* showTag = "HeadsetAudioFeatureHandler::ShowVoiceChangeTip";
 constexpr const char* reconnectTag = "HeadsetAudioFeatureHandler::TipHandleCallback::"
                                      "<lambda_45b38742df94e93c75fb4d1ae156629d>::operator ()";
+// The tips library's values, known by number.
+constexpr auto voiceChange = static_cast<EnmTipsType>(9);
+constexpr auto buttonClicked = static_cast<EnmReplyEvent>(9);
+constexpr auto normalPriority = static_cast<PopupPriority>(1);
 constexpr int tipsId = 100018;
 constexpr std::uint64_t closeDelayMs = 5000;
 constexpr std::wstring_view iconPath = L"ambrel\\commonResources\\reconnect\\ic_bluetooth.png";
@@ -103,7 +107,7 @@ void HeadsetAudioFeatureHandler::ShowVoiceChangeTip(const std::wstring& devName,
         Log::Info(showTag, "tipsManager is null,return");
         return;
     }
-    TipsBase* const tip = manager->CreateTips(this, EnmTipsType::VoiceChange, tipsId);
+    TipsBase* const tip = manager->CreateTips(this, voiceChange, tipsId);
     if (tip == nullptr)
     {
         Log::Info(showTag, "tip is null,return");
@@ -127,7 +131,7 @@ void HeadsetAudioFeatureHandler::SetUpTip(TipsBase& tip, const std::wstring& dev
                                           bool volumeFlag)
 {
     auto& window = static_cast<TipsPopUpWnd&>(tip); // what the library makes for that type
-    window.SetPriority(PopupPriority::Normal);
+    window.SetPriority(normalPriority);
     window.SetTitleIcon(CoheronUtilClass::GetPopWndResPath().append(iconPath));
     window.SetTitleTxt(Localised(L"IDS_AMBREL_RECONNECT_TITLE_NAME"));
     window.SetContentTxt(GetVoiceChangeTipContentTxt(devName, toDevName, volumeFlag));
@@ -154,7 +158,7 @@ void HeadsetAudioFeatureHandler::TipHandleCallback(EnmReplyEvent event, const st
 {
     Log::Info("HeadsetAudioFeatureHandler::TipHandleCallback", "clickType : ", static_cast<std::int32_t>(event),
               ", param", param);
-    if (event != EnmReplyEvent::ButtonClicked)
+    if (event != buttonClicked)
     {
         return;
     }

@@ -3,6 +3,7 @@
 #include "connector/HeadsetConnector.h"
 #include "device/VynProviderProxy.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
+#include "plugin/Attempt.h"
 #include "plugin/Log.h"
 
 #include <cstdint>
@@ -25,18 +26,6 @@ template <typename Provider> std::shared_ptr<Provider> MakeProvider() noexcept
     }
 }
 
-/// What goes wrong in a provider is not inspected, and nothing of it may reach the host.
-template <typename Step> void Attempt(const Step& step) noexcept
-{
-    try
-    {
-        step();
-    }
-    catch (...) // for want of memory or threads: the provider does without what it could not make
-    {
-    }
-}
-
 } // namespace
 
 HeadsetAdapterPlugin::HeadsetAdapterPlugin() noexcept
@@ -53,11 +42,11 @@ bool HeadsetAdapterPlugin::Init()
         Log::Error("HeadsetAdapterPlugin::Init", "Init Fail");
         return false;
     }
+    // What goes wrong in a provider or at the host is not inspected, and nothing of it may reach the host.
     Attempt([this] { connector->Init(); });
     Attempt([this] { featureHandler->Init(); });
-    auto& host = VynCore::VynProviderProxy::GetInstance();
-    host.RegistProvider(connector.get());
-    host.RegistProvider(featureHandler.get());
+    Attempt([this] { VynCore::VynProviderProxy::GetInstance().RegistProvider(connector.get()); });
+    Attempt([this] { VynCore::VynProviderProxy::GetInstance().RegistProvider(featureHandler.get()); });
     return false;
 }
 
@@ -66,7 +55,7 @@ bool HeadsetAdapterPlugin::UnInit()
     Log::Info("HeadsetAdapterPlugin::UnInit", "UnInit");
     if (connector)
     {
-        VynCore::VynProviderProxy::GetInstance().UnRegistProvider(connector.get());
+        Attempt([this] { VynCore::VynProviderProxy::GetInstance().UnRegistProvider(connector.get()); });
         Attempt([this] { connector->UnInit(); });
     }
     if (featureHandler)

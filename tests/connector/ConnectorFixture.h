@@ -107,6 +107,15 @@ protected:
 
     bool HasEvent() { return Field<ConnectorEvent>().Wait(0).has_value(); }
 
+    /// Starts the connecter with an announcement at hand, so that it does not wait; it is none of a service that works.
+    void InitAtOnce()
+    {
+        Field<ConnectorEvent>().CreateIfMissing();
+        Announce(10617833);
+        connector->Init();
+        sim::Timeline::Instance().Clear();
+    }
+
     void Receive(std::int32_t evType, const sim::Headset& headset = TestHeadset())
     {
         Message message(serviceModule, 10617840, UpdatePayload(evType, headset));

@@ -99,6 +99,24 @@ TEST_F(ConnectorRequestsTest, InitGetsAlongWithoutAnIpcClient)
                                           "ipc PostMsg 12144176 10617833 10616832 \"HeadsetAdapterPlugin\""));
 }
 
+TEST_F(ConnectorRequestsTest, InitDoesNotCareForResultsOfTheIpcLibrary)
+{
+    sim::FaultPlan::Instance().FailAll("IPCMessageClient::SubscribeIPCMessage", 1);
+    sim::FaultPlan::Instance().FailAll("IpcProxy::PostMsg", 1);
+    waitResult = WAIT_OBJECT_0;
+    EXPECT_FALSE(connector->Init());
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc IpcProxy 12144176", "ipc RegisterMessageCallback 12144176 10617840",
+                                          "ipc RegisterMessageCallback 12144176 10617844",
+                                          "ipc RegisterPublishMessageCallback 12144176",
+                                          "ipc SubscribeIPCMessage 12144176 10616832 10617832",
+                                          "ipc SubscribeIPCMessage 12144176 10616832 10617833",
+                                          "log4 CreateEvent. ret=1(HeadsetConnector::Init)",
+                                          "ipc PostMsg 12144176 10617832 10616832 \"HeadsetAdapterPlugin\"",
+                                          "ipc PostMsg 12144176 10617834 10616832 \"\"",
+                                          "log3 HeadsetConnector, serverWorking=0(HeadsetConnector::Init)"));
+    EXPECT_THAT(waits, ElementsAre(3000U));
+}
+
 HANDLE WINAPI NoEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCWSTR)
 {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
@@ -140,6 +158,56 @@ TEST_F(ConnectorRequestsTest, UnInitTakesLeaveAndForgets)
     connector->UnInit();
     EXPECT_THAT(OwnEntries(), ElementsAre("ipc PostMsg 12144176 10617833 10616832 \"HeadsetAdapterPlugin\"",
                                           "ipc UnRegisterMessageCallbackAll 12144176"));
+    EXPECT_FALSE(HasEvent());
+    EXPECT_THAT(Field<ConnectorStates>(), IsEmpty());
+}
+
+// The steps of UnInit: at each, whether the event is still there and how many states are.
+HeadsetConnector* leaving = nullptr;
+std::vector<std::string> leaveSteps;
+decltype(&CloseHandle) originalClose = nullptr;
+
+void NoteLeaveStep(const std::string& step)
+{
+    const std::size_t states = (leaving->*MemberOf(ConnectorStates{})).size();
+    leaveSteps.push_back(step + " " + std::to_string(states));
+}
+
+bool NoteLeavePost(VynCore::IpcProxy*, std::int32_t messageId, std::int32_t, const std::string&)
+{
+    NoteLeaveStep("post " + std::to_string(messageId));
+    return false;
+}
+
+bool NoteDropping(IPCMessageClient*)
+{
+    NoteLeaveStep("drop callbacks");
+    return false; // not obeyed
+}
+
+BOOL WINAPI NoteClose(HANDLE handle)
+{
+    NoteLeaveStep("close");
+    return originalClose(handle);
+}
+
+TEST_F(ConnectorRequestsTest, UnInitForgetsTheStatesLast)
+{
+    connector->Init();
+    connector->NotifyConnStateChanged(TestDevice(), DeviceState::Connected);
+    leaving = connector.get();
+    leaveSteps.clear();
+    {
+        const ImportPatch post(nullptr, "VynDeviceSdk.dll",
+                               "_ZN7VynCore8IpcProxy7PostMsgEiiRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
+                               &NoteLeavePost);
+        const ImportPatch drop(nullptr, "QvIpc.dll", "_ZN16IPCMessageClient28UnRegisterMessageCallbackAllEv",
+                               &NoteDropping);
+        const ImportPatch close(nullptr, "KERNEL32.dll", "CloseHandle", &NoteClose);
+        originalClose = close.Original<std::remove_pointer_t<decltype(originalClose)>>();
+        connector->UnInit();
+    }
+    EXPECT_THAT(leaveSteps, ElementsAre("post 10617833 1", "drop callbacks 1", "close 1"));
     EXPECT_FALSE(HasEvent());
     EXPECT_THAT(Field<ConnectorStates>(), IsEmpty());
 }
@@ -198,6 +266,34 @@ TEST_F(ConnectorRequestsTest, ConnectDevSendsWhatFitsIntoTheBuffer)
     connector->ConnectDev(device);
     EXPECT_THAT(sim::Timeline::Instance().Texts("ipc"),
                 ElementsAre("PostMsg 12144176 10617842 10616832 {\"246813579135\",\"model\",\"sub\"}"));
+}
+
+/// A device whose connect request has that many bytes.
+VynCore::VynDevice DeviceWithRequestOf(std::size_t size)
+{
+    VynCore::VynDevice device = TestDevice();
+    device.deviceId.clear();
+    device.deviceId.resize(size - sim::EncodePackage({"", "246813579135", "model", "sub"}).size(), 'x');
+    return device;
+}
+
+// The lengths of the requests that are posted.
+std::vector<std::int32_t> requestLengths;
+
+bool NoteRequestLength(VynCore::IpcProxy*, std::int32_t, std::int32_t, const char*, std::int32_t length)
+{
+    requestLengths.push_back(length);
+    return true;
+}
+
+TEST_F(ConnectorRequestsTest, ARequestHasRoomForAThousandAndTwentyFourBytes)
+{
+    connector->Init();
+    requestLengths.clear();
+    const ImportPatch post(nullptr, "VynDeviceSdk.dll", "_ZN7VynCore8IpcProxy7PostMsgEiiPKci", &NoteRequestLength);
+    connector->ConnectDev(DeviceWithRequestOf(1024));
+    connector->ConnectDev(DeviceWithRequestOf(1025)); // without its last item, which has eight bytes
+    EXPECT_THAT(requestLengths, ElementsAre(1024, 1017));
 }
 
 TEST_F(ConnectorRequestsTest, ConnectDevDoesNotCountFailedItems)

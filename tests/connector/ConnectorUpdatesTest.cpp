@@ -2,6 +2,7 @@
 #include "tests/connector/ConnectorFixture.h"
 #include "tests/support/ImportPatch.h"
 
+#include <functional>
 #include <tuple>
 
 namespace test
@@ -151,18 +152,24 @@ TEST_F(ConnectorUpdatesTest, GarbageIsNoChangeOfState)
                                           "(HeadsetConnector::OnRecvDeviceConnectStateUpdate)"));
 }
 
-// Pauses of a second are noted instead of being made.
+// Pauses of a second are noted instead of being made, with what happens in them.
 std::vector<std::string> pauses;
+std::function<void()> duringPause;
 
 void WINAPI NotePause(DWORD ms)
 {
     pauses.push_back(std::to_string(ms));
+    if (duringPause)
+    {
+        duringPause();
+    }
 }
 
 class ConnectorPauseTest : public ConnectorTest
 {
 protected:
     void SetUp() override { pauses.clear(); }
+    void TearDown() override { duringPause = nullptr; }
 
     ImportPatch sleep{nullptr, "KERNEL32.dll", "Sleep", &NotePause};
 };
@@ -181,6 +188,34 @@ TEST_F(ConnectorPauseTest, AnAnswerToAConnectRequestIsTakenAfterASecond)
                                           "host OnDevConnStateChanged 246813579135 0"));
     Receive(7);
     EXPECT_EQ(pauses.size(), 1U); // the request has been answered
+}
+
+TEST_F(ConnectorPauseTest, TheRequestIsAnsweredBeforeThePause)
+{
+    Field<ConnectorIsConnectDev>() = true;
+    duringPause = [this]
+    {
+        EXPECT_FALSE(Field<ConnectorIsConnectDev>());
+        EXPECT_THAT(HostCalls(), IsEmpty());
+        Field<ConnectorIsConnectDev>() = true; // the host asks anew
+    };
+    Receive(6);
+    EXPECT_EQ(pauses.size(), 1U);
+    EXPECT_TRUE(Field<ConnectorIsConnectDev>()); // the new request is open
+}
+
+TEST_F(ConnectorPauseTest, NoLockIsHeldInThePause)
+{
+    Field<ConnectorIsConnectDev>() = true;
+    duringPause = [this]
+    {
+        connector->NotifyConnStateChanged(TestDevice(), DeviceState::Disconnected);
+        connector->DelLostDev(TestDevice());
+        connector->UnInit();
+    };
+    Receive(6);
+    EXPECT_THAT(HostCalls(),
+                ElementsAre("OnDevConnStateChanged 246813579135 2", "OnDevConnStateChanged 246813579135 0"));
 }
 
 TEST_F(ConnectorPauseTest, AFailedConnectionIsAnAnswerToo)

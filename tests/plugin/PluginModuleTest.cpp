@@ -336,6 +336,71 @@ TEST_F(PluginModuleTest, UnInitWithdrawsBothProvidersEvenWhenTheyCannotStop)
                                      "host UnRegistProvider 3|9"));
 }
 
+TEST_F(PluginWithServiceTest, AFailedLockLeavesAnOperationAsASystemError)
+{
+    plugin->Init();
+    const auto providers = sim::HostControl::Instance().Providers();
+    ASSERT_EQ(providers.size(), 2U);
+    auto& connecter = dynamic_cast<VynCore::IDevConnecter&>(*providers[0]);
+    auto& featureHandler = dynamic_cast<VynCore::IDevFeatureHandler&>(*providers[1]);
+    sim::Timeline::Instance().Clear();
+    {
+        const ImportPatch patch(module.Handle(), "libwinpthread-1.dll", "pthread_mutex_lock", &NoLock);
+        EXPECT_THROW(connecter.NotifyConnStateChanged({}, static_cast<VynCore::DeviceState>(0)), std::system_error);
+        EXPECT_THROW(connecter.ConnectDev({}), std::system_error);
+        EXPECT_THROW(connecter.QueryConnectedDevAsync(), std::system_error);
+        EXPECT_THROW(featureHandler.GetFeatureState("1"), std::system_error);
+    }
+    EXPECT_THAT(Story(), IsEmpty()); // neither a report nor a post
+    plugin->UnInit();
+}
+
+// The keywords' code that the module exports, for providers of others.
+struct OtherConnecter : VynCore::IDevConnecter
+{
+    VynCore::VynProviderType GetType() override { return static_cast<VynCore::VynProviderType>(-12); }
+    VynCore::DeviceType GetDevType() override { return static_cast<VynCore::DeviceType>(4711); }
+    std::int32_t ConnectDev(const VynCore::VynDevice&) override { return 0; }
+    std::int32_t DisconnectDev(const VynCore::VynDevice&) override { return 0; }
+    void NotifyConnStateChanged(const VynCore::VynDevice&, VynCore::DeviceState) override {}
+    void CancelConnectDev(const VynCore::VynDevice&) override {}
+    std::int32_t QueryConnectedDevAsync() override { return 0; }
+    std::int32_t StopQueryConnectedDev() override { return 0; }
+};
+
+struct OtherHandler : VynCore::IDevFeatureHandler
+{
+    VynCore::VynProviderType GetType() override { return static_cast<VynCore::VynProviderType>(31); }
+    std::int32_t GetFeatureType() override { return -8; }
+    std::int32_t EnableFeature(const VynCore::VynDevice&) override { return 0; }
+    std::int32_t DisableFeature(const VynCore::VynDevice&) override { return 0; }
+    void ReportFeatureState(const VynCore::VynDevice&, const VynCore::DevFeatureStateInfo&) override {}
+    bool IsFeatureAvailable() override { return false; }
+    VynCore::DevFeatureStateInfo GetFeatureState(const std::string&) override { return {}; }
+};
+
+template <typename Interface> std::string ExportedKeyword(const PluginModule& module, const char* name, Interface& of)
+{
+    const FARPROC address = GetProcAddress(module.Handle(), name);
+    if (address == nullptr)
+    {
+        return "not exported";
+    }
+    return reinterpret_cast<std::string (*)(Interface*)>(reinterpret_cast<void*>(address))(&of);
+}
+
+TEST_F(PluginModuleTest, TheExportedKeywordsFollowWhatIsOverridden)
+{
+    OtherConnecter connecter;
+    OtherHandler handler;
+    EXPECT_EQ(
+        ExportedKeyword<VynCore::IDevConnecter>(module, "_ZN7VynCore13IDevConnecter10GetKeywordB5cxx11Ev", connecter),
+        "-12|4711");
+    EXPECT_EQ(ExportedKeyword<VynCore::IDevFeatureHandler>(
+                  module, "_ZN7VynCore18IDevFeatureHandler10GetKeywordB5cxx11Ev", handler),
+              "31|-8");
+}
+
 TEST_F(PluginModuleTest, InitRegistersBothProvidersEvenWhenTheyCannotStart)
 {
     const Plugin plugin(module);

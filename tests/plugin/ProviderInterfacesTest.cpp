@@ -104,6 +104,32 @@ TEST(ProviderInterfaces, KeywordsFollowWhatIsOverridden)
     EXPECT_EQ(NamedTool().GetKeyword(), "4|tool-1");
 }
 
+TEST(ProviderInterfaces, EachKeywordFollowsBothOfItsParts)
+{
+    struct OtherConnecter : TypedConnecter
+    {
+        OtherConnecter() : TypedConnecter(-7) {}
+        VynProviderType GetType() override { return static_cast<VynProviderType>(-12); }
+    };
+    struct OtherHandler : FeatureHandler
+    {
+        explicit OtherHandler(std::int32_t featureType) : feature(featureType) {}
+        VynProviderType GetType() override { return static_cast<VynProviderType>(31); }
+        std::int32_t GetFeatureType() override { return feature; }
+
+        std::int32_t feature;
+    };
+    struct OtherTool : Tool
+    {
+        VynProviderType GetType() override { return static_cast<VynProviderType>(0); }
+        std::string GetFeatureId() override { return "9"; }
+    };
+    EXPECT_EQ(OtherConnecter().GetKeyword(), "-12|-7");
+    EXPECT_EQ(OtherHandler(4711).GetKeyword(), "31|4711");
+    EXPECT_EQ(OtherHandler(-2147483647 - 1).GetKeyword(), "31|-2147483648");
+    EXPECT_EQ(OtherTool().GetKeyword(), "0|9");
+}
+
 TEST(ProviderInterfaces, AreReachedThroughTheirBase)
 {
     const std::shared_ptr<IProvider> provider = std::make_shared<Connecter>();
