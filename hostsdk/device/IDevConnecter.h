@@ -19,15 +19,18 @@ public:
 
     virtual DeviceType GetDevType() { return DeviceType::Unknown; }
 
-    /// Asks for a connection; the answer comes as a change of connection state. Returns 0.
+    /// Reports the device as connecting, on the calling thread, and asks for a connection; the answer comes as a change
+    /// of connection state. Returns 0.
     virtual std::int32_t ConnectDev(const VynDevice& device) = 0;
     virtual std::int32_t DisconnectDev(const VynDevice& device) = 0;
 
-    /// Takes note of a device's connection state and tells the host when it changed.
+    /// Takes note of a device's connection state and tells the host, on the calling thread, when it changed. Waits while
+    /// another thread's report is under way.
     virtual void NotifyConnStateChanged(const VynDevice& device, DeviceState state) = 0;
     virtual void CancelConnectDev(const VynDevice& device) = 0;
 
-    /// Asks for the connected devices; they are answered as changes of connection state. May block for 3000 ms.
+    /// Asks for the connected devices; they are answered as changes of connection state. Blocks for up to 3000 ms while
+    /// the service has not announced itself.
     virtual std::int32_t QueryConnectedDevAsync() = 0;
     virtual std::int32_t StopQueryConnectedDev() = 0;
 };

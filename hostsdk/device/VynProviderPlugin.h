@@ -6,7 +6,11 @@
 /// object back to the module that made it.
 ///
 /// The host calls, from one thread at a time: the module's create function, `Init`, `UnInit`, the module's destroy
-/// function. `Init` may block for several seconds.
+/// function. `Init` may block for several seconds. So may `UnInit`, and an `Init` that is repeated: they wait for a task
+/// of the module's that is running, which may be switching endpoints, pausing, or inside a call of the host, such as
+/// `OnFeatureStateChanged` or a call of the tips library. The host must not hold what such a call of its own waits for. A
+/// repeated `Init` waits for running handlers of the service's messages, too. `Init` waits for threads that it starts, so
+/// it must not be called while a library is being loaded.
 class VynProviderPlugin
 {
 public:

@@ -14,7 +14,7 @@ namespace VynCore
 ///   this or (waiting for it) on another thread.
 /// - `OnFeatureStateChanged` may run while the feature handler holds its locks, those of the endpoints among them. The
 ///   host must not call any provider operation from it, nor the plug-in's `Init` or `UnInit`, neither on the same thread
-///   nor on another one that it waits for.
+///   nor on another one that it waits for: `UnInit` waits for a task of the module's that may be inside this very call.
 /// - `RegistProvider` and `UnRegistProvider` run with no lock held; the host may call the provider from them.
 class VYN_DEVICE_API VynProviderProxy
 {

@@ -6,7 +6,8 @@ namespace Qva::TipsSdk
 {
 
 /// Makes, shows and closes tips. One object for the process, owned by the library. Any thread may call it. Out of a call
-/// of its operations, the host must not call the plug-in's `Init` or `UnInit` on the same thread.
+/// of its operations, the host must not call the plug-in's `Init` or `UnInit`, neither on the same thread nor on another
+/// one that the call waits for: they wait for the task that the call comes from.
 class QVA_TIPS_API OrbTipsManager
 {
 public:
