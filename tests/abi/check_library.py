@@ -48,11 +48,27 @@ def export_complaints(library, expected=EXPECTED / "exports/mingw-w64.txt"):
     return tables.compare_names("exports", names, library.exports, demangle)
 
 
+def read_allowed(expected):
+    """By the name of a library, in small letters: what may be taken from it, or nothing when that is all of it."""
+    allowed = {}
+    for line in tables.Table(expected).lines:
+        name, _, symbols = line.partition(":")
+        allowed[name.strip().lower()] = set(symbols.split())
+    return allowed
+
+
 def import_complaints(library, expected=EXPECTED / "imports/mingw-w64.txt"):
-    """One line for each library that may not be taken from, with what is taken."""
-    allowed = {line.strip().lower() for line in tables.Table(expected).lines}
-    return [f"imports: {name} is not allowed; it is taken for {', '.join(sorted(symbols)) or 'nothing'}"
-            for name, symbols in sorted(library.imports.items()) if name.lower() not in allowed]
+    """One line for each library that may not be taken from, with what is taken, and for each that is allowed in vain."""
+    allowed = read_allowed(expected)
+    complaints = []
+    for name, symbols in sorted(library.imports.items()):
+        if name.lower() not in allowed:
+            complaints.append(f"imports: {name} is not allowed; it is taken for {', '.join(sorted(symbols)) or 'nothing'}")
+        elif (names := allowed[name.lower()]) and symbols - names:
+            complaints.append(f"imports: {name} is not allowed for {', '.join(sorted(symbols - names))}")
+    taken = {name.lower() for name in library.imports}
+    return complaints + [f"imports: {name} is allowed, and nothing is taken from it" for name in sorted(allowed)
+                         if name not in taken]
 
 
 def main():

@@ -55,6 +55,17 @@ class LibraryCheckTest(unittest.TestCase):
         table = self.tampered(IMPORTS, "SETUPAPI.dll", "SetupApi.DLL")
         self.assertEqual(check_library.import_complaints(self.library, table), [])
 
+    def test_a_function_that_may_not_be_taken(self):
+        table = self.tampered(IMPORTS, "ADVAPI32.dll: CryptAcquireContextA CryptGenRandom CryptReleaseContext",
+                              "ADVAPI32.dll: CryptAcquireContextA CryptReleaseContext")
+        self.assertEqual(check_library.import_complaints(self.library, table),
+                         ["imports: ADVAPI32.dll is not allowed for CryptGenRandom"])
+
+    def test_a_library_that_is_allowed_in_vain(self):
+        table = self.tampered(IMPORTS, "SETUPAPI.dll", "SETUPAPI.dll\nws2_32.dll")
+        self.assertEqual(check_library.import_complaints(self.library, table),
+                         ["imports: ws2_32.dll is allowed, and nothing is taken from it"])
+
     def test_the_library_is_told_from_another(self):
         other = check_library.Library(Path(sys.argv[1]).with_name("QvLogger.dll"))
         self.assertIn("exports: expected, and missing: Create_HeadsetAdapterPlugin",
