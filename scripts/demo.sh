@@ -26,7 +26,8 @@ build_targets simulator
 start_wine
 
 options=("$@")
-[ -t 1 ] || options+=(--plain)
+# The simulator's own output is a file here.
+[ ! -t 1 ] || options+=(--colour)
 for scenario in "${scenarios[@]}"; do
     say "running $scenario"
     "$root/scripts/run-in-wine.sh" --live "$build/bin/simulator.exe" "$scenario" "${options[@]}" </dev/null || exit

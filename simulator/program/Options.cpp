@@ -5,13 +5,15 @@
 namespace sim
 {
 
-const char* const usage = R"(simulator SCENARIO.scn [--plain] [--hide WHO]... [--service PROGRAM] [--limit SECONDS]
-simulator --interactive [--plain] [--hide WHO]... [--service PROGRAM]
+const char* const usage =
+    R"(simulator SCENARIO.scn [--plain | --colour] [--hide WHO]... [--service PROGRAM] [--limit SECONDS]
+simulator --interactive [--plain | --colour] [--hide WHO]... [--service PROGRAM]
 
 Loads HeadsetAdapterPlugin.dll from beside this program, runs the scenario around it, and prints what happens.
 Interactive, it takes the statements from its input, a line each; "quit" or the end of the input ends it.
 
-  --plain            no colours
+  --plain            no colours; so it is unless the output is a terminal
+  --colour           colours in any case
   --hide WHO         does not print what WHO tells, such as log3
   --service PROGRAM  the connectivity service's program; else connectivity-service.exe beside this program
   --limit SECONDS    after which a run that has not ended is taken to hang (180)
@@ -29,6 +31,15 @@ std::optional<std::chrono::seconds> ParseSeconds(const std::string& text)
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
     const bool good = error == std::errc() && end == text.data() + text.size() && seconds > 0;
     return good ? std::optional(std::chrono::seconds(seconds)) : std::nullopt;
+}
+
+/// The flag that an option without a value sets; null for every other argument.
+bool* FlagOf(Options& options, const std::string& option)
+{
+    return option == "--plain"         ? &options.plain
+           : option == "--colour"      ? &options.coloured
+           : option == "--interactive" ? &options.interactive
+                                       : nullptr;
 }
 
 /// Takes the argument that follows the option; false when there is none or it is not understood.
@@ -57,9 +68,9 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments)
     for (std::size_t at = 0; at < arguments.size(); ++at)
     {
         const std::string& argument = arguments[at];
-        if (argument == "--plain" || argument == "--interactive")
+        if (bool* const flag = FlagOf(options, argument))
         {
-            (argument == "--plain" ? options.plain : options.interactive) = true;
+            *flag = true;
         }
         else if (argument == "--service" || argument == "--limit" || argument == "--hide")
         {
@@ -77,7 +88,8 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments)
             options.scenario = argument;
         }
     }
-    return options.interactive == options.scenario.empty() ? std::optional(options) : std::nullopt;
+    const bool isClear = options.interactive == options.scenario.empty() && !(options.plain && options.coloured);
+    return isClear ? std::optional(options) : std::nullopt;
 }
 
 } // namespace sim

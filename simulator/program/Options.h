@@ -15,6 +15,7 @@ struct Options
     std::string scenario; // file; empty when interactive
     bool interactive = false;
     bool plain = false;
+    bool coloured = false;           // even if the output is no terminal
     std::set<std::string> hidden;    // whose entries are not printed
     std::string service;             // the service's program; empty: connectivity-service.exe beside this program
     std::chrono::seconds limit{180}; // of a run that is not interactive

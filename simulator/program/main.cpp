@@ -123,11 +123,16 @@ void TellCard(const sim::TipDescription& tip)
     }
 }
 
+bool IsColoured(const sim::Options& options)
+{
+    return options.coloured || (!options.plain && _isatty(_fileno(stdout)) != 0);
+}
+
 ExitStatus Play(const sim::Options& options, const sim::scenario::Scenario& scenario)
 {
     sim::Watchdog watchdog(options.interactive ? std::chrono::seconds(0) : options.limit);
     static sim::ThreadNames names; // the timeline's listener uses it to the end of the process
-    static sim::TimelinePrinter printer(names, options.plain, options.hidden);
+    static sim::TimelinePrinter printer(names, !IsColoured(options), options.hidden);
     names.NameThisThread("host");
     sim::Timeline::Instance().SetListener([](const sim::TimelineEntry& entry) { printer.Print(entry); });
 

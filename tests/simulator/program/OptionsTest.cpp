@@ -22,6 +22,7 @@ TEST(Options, HaveDefaults)
     const Options options = *ParseOptions({"a.scn"});
     EXPECT_FALSE(options.interactive);
     EXPECT_FALSE(options.plain);
+    EXPECT_FALSE(options.coloured);
     EXPECT_EQ(options.service, "");
     EXPECT_EQ(options.limit, std::chrono::seconds(180));
 }
@@ -35,6 +36,13 @@ TEST(Options, AreTakenInAnyOrder)
     EXPECT_EQ(options.scenario, "a.scn");
     EXPECT_EQ(options.service, "s.exe");
     EXPECT_THAT(options.hidden, ElementsAre("ipc", "log3"));
+}
+
+TEST(Options, AreEitherPlainOrColoured)
+{
+    EXPECT_TRUE(ParseOptions({"a.scn", "--colour"})->coloured);
+    EXPECT_FALSE(ParseOptions({"a.scn", "--colour"})->plain);
+    EXPECT_FALSE(ParseOptions({"a.scn", "--colour", "--plain"}));
 }
 
 TEST(Options, RefuseValuesThatAreNone)
