@@ -17,8 +17,7 @@
 ///   volumeMutex before tipMutex before the task loop's queueMutex.
 ///   the connecter's devStatsMutex (the host is called under it) before its statesMutex.
 /// Leaves, under which nothing else is taken: coopMutex, proxyMutex of either provider, the mutex of a ServerReadyEvent,
-/// that of the notification client's callback, statesMutex, the task loop's waitMutex and nameMutex, and its queueMutex,
-/// under which only nameMutex is taken.
+/// that of the notification client's callback, statesMutex, the task loop's waitMutex and its queueMutex.
 /// deviceChangeMutex, endpointMutex and volumeMutex are never held across TaskLoop::StopLoop; deviceChangeMutex and
 /// endpointMutex never across CMMNotificationClient::Initialize.
 struct ModuleEndpoints

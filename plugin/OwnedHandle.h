@@ -25,11 +25,15 @@ public:
     /// An unnamed auto-reset event, not signalled; none when it cannot be made.
     static OwnedHandle AutoResetEvent() { return OwnedHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr)); }
 
-    /// A handle of the calling thread, signalled when that has ended, in whatever way; none when it cannot be made.
-    static OwnedHandle CurrentThread() { return Copy(GetCurrentThread()); }
-
     /// A second handle of the same object; none when it cannot be made.
-    OwnedHandle Duplicate() const { return handle_ != nullptr ? Copy(handle_) : OwnedHandle(); }
+    OwnedHandle Duplicate() const
+    {
+        HANDLE copy = nullptr;
+        const HANDLE process = GetCurrentProcess();
+        const bool isCopied = handle_ != nullptr && DuplicateHandle(process, handle_, process, &copy, 0, FALSE,
+                                                                    DUPLICATE_SAME_ACCESS) != FALSE;
+        return OwnedHandle(isCopied ? copy : nullptr);
+    }
 
     HANDLE Get() const { return handle_; }
     explicit operator bool() const { return handle_ != nullptr; }
@@ -43,14 +47,5 @@ public:
     }
 
 private:
-    static OwnedHandle Copy(HANDLE original)
-    {
-        HANDLE copy = nullptr;
-        const HANDLE process = GetCurrentProcess();
-        const bool isCopied =
-            DuplicateHandle(process, original, process, &copy, 0, FALSE, DUPLICATE_SAME_ACCESS) != FALSE;
-        return OwnedHandle(isCopied ? copy : nullptr);
-    }
-
     HANDLE handle_ = nullptr;
 };

@@ -1,10 +1,14 @@
 #include "taskloop/TaskLoop.h"
 
+#include "plugin/OwnedHandle.h"
+
 #include <windows.h>
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -16,7 +20,7 @@
 namespace
 {
 
-constexpr DWORD signalPauseMs = 2;
+constexpr std::chrono::milliseconds signalPause{2};
 constexpr std::uint64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::uint64_t nanosecondsPerMillisecond = 1'000'000;
 
@@ -31,6 +35,14 @@ WallTime WallDeadline(std::uint64_t waitMs)
     const std::uint64_t waitNs =
         std::min(waitMs, (lastNs - nowNs) / nanosecondsPerMillisecond) * nanosecondsPerMillisecond;
     return WallTime(std::chrono::nanoseconds(static_cast<std::int64_t>(nowNs + waitNs)));
+}
+
+/// Whether the thread has ended, in whatever way. False, too, when that cannot be found out. A thread object keeps the id
+/// from being given to another thread.
+bool HasEnded(std::uint32_t threadId)
+{
+    const OwnedHandle thread(OpenThread(SYNCHRONIZE, FALSE, threadId));
+    return thread ? WaitForSingleObject(thread.Get(), 0) == WAIT_OBJECT_0 : GetLastError() == ERROR_INVALID_PARAMETER;
 }
 
 } // namespace
@@ -71,6 +83,7 @@ void TaskLoop::StartLoop(bool inNewThread)
         return;
     }
     running = true;
+    named = {};
     if (inNewThread)
     {
         StartThread();
@@ -83,17 +96,17 @@ void TaskLoop::StartLoop(bool inNewThread)
 
 void TaskLoop::StartThread()
 {
-    {
-        const std::scoped_lock lock(nameMutex);
-        isNamed = false;
-    }
+    std::promise<void> left;
+    hasLeftRun = left.get_future();
     try
     {
-        thread = std::make_unique<std::thread>(
-            [this]
+        thread = std::make_shared<std::thread>(
+            // A thread that is ended from outside never gives back its share of what it sleeps on: the destructor of a
+            // condition would wait for that sleeper for ever.
+            [this, left = std::move(left), shared = wakeCondition]() mutable
             {
-                threadHandle = OwnedHandle::CurrentThread();
                 Run();
+                left.set_value();
             });
     }
     catch (...)
@@ -101,13 +114,7 @@ void TaskLoop::StartThread()
         running = false;
         throw;
     }
-    AwaitName(); // from here on nobody reads the name while it is written
-}
-
-void TaskLoop::AwaitName() HEADSET_NO_THREAD_SAFETY_ANALYSIS // which does not know the lock that a condition takes
-{
-    std::unique_lock lock(nameMutex);
-    hasBeenNamed.wait(lock, [this]() HEADSET_REQUIRES(nameMutex) { return isNamed; });
+    threadId = named.get_future().get(); // from here on nobody reads the name while it is written
 }
 
 void TaskLoop::StopLoop()
@@ -117,38 +124,50 @@ void TaskLoop::StopLoop()
     {
         return;
     }
-    TaskQueue dropped; // destroyed without the lock: what a task holds may itself use the loop
+    RunningThread ended;
     {
+        TaskQueue dropped; // destroyed without the lock: what a task holds may itself use the loop
         const std::scoped_lock lock(queueMutex);
-        if (!running) // another thread is stopping the loop
+        if (!running) // another thread has stopped the loop meanwhile
         {
             return;
         }
         dropped.swap(taskQueue);
         running = false;
-    }
+        ended = {thread, hasLeftRun, threadId};
+        if (!ended.IsCaller())
+        {
+            thread.reset(); // so that no other StopLoop joins it too
+        }
+    } // here the dropped tasks are destroyed, before the wait for a running one that may wait for what they hold
     WakeUp();
-    if (thread && thread->joinable())
+    if (ended.thread)
     {
-        JoinThread();
+        Join(ended);
     }
 }
 
-void TaskLoop::JoinThread()
+void TaskLoop::Join(const RunningThread& ended)
 {
     // A signal is lost when the thread is just about to wait; hence it is repeated. No mutex may be held here: the
-    // task that is running may need it. The thread's own handle also tells of one that was ended with its process.
-    const bool isOwnThread = thread->get_id() == std::this_thread::get_id();
-    while (!isOwnThread && WaitForSingleObject(threadHandle.Get(), signalPauseMs) == WAIT_TIMEOUT)
+    // task that is running may need it. A thread that was ended from outside, as all are when the process ends, never
+    // leaves `Run`.
+    while (!ended.IsCaller() && ended.hasLeftRun.wait_for(signalPause) == std::future_status::timeout &&
+           !HasEnded(ended.threadId))
     {
         WakeUp();
     }
-    thread->join();
+    ended.thread->join();
+}
+
+bool TaskLoop::RunningThread::IsCaller() const
+{
+    return thread && thread->get_id() == std::this_thread::get_id();
 }
 
 bool TaskLoop::RemoveEvent(std::uint64_t eventId)
 {
-    std::optional<LoopTask> removed; // destroyed without the lock, as in StopLoop
+    std::optional<LoopTask> removed; // destroyed without the lock: what the task holds may itself use the loop
     const std::scoped_lock lock(queueMutex);
     if (currentTask != nullptr && currentTask->eventId == eventId)
     {
@@ -156,8 +175,8 @@ bool TaskLoop::RemoveEvent(std::uint64_t eventId)
         return false;
     }
     removed = taskQueue.TakeFirst(eventId);
-    return removed
-        .has_value(); // no signal, which is intended: a loop that sleeps towards this task looks and sleeps again
+    // No signal, which is intended: a loop that sleeps towards this task then wakes, finds nothing due and sleeps again.
+    return removed.has_value();
 }
 
 const std::string& TaskLoop::GetName() const
@@ -186,12 +205,11 @@ void TaskLoop::Run()
 
 void TaskLoop::AppendThreadIdToName()
 {
-    std::ostringstream threadId;
-    threadId << GetCurrentThreadId();
-    name += "@" + threadId.str();
-    const std::scoped_lock lock(nameMutex);
-    isNamed = true;
-    hasBeenNamed.notify_all();
+    const DWORD ownId = GetCurrentThreadId();
+    std::ostringstream idText;
+    idText << ownId;
+    name += "@" + idText.str();
+    named.set_value(ownId);
 }
 
 bool TaskLoop::QueueLooksEmpty() const
@@ -289,7 +307,7 @@ void TaskLoop::WaitNextEvent(std::uint64_t waitMs)
     std::unique_lock lock(waitMutex);
     const WallTime deadline = static_cast<std::int64_t>(waitMs) > 0 ? WallDeadline(waitMs) : WallTime();
     // One wait without a predicate: an early end only lets the loop look at its queue again.
-    wakeCondition.wait_until(lock, deadline);
+    wakeCondition->wait_until(lock, deadline);
 }
 
 void TaskLoop::ResetTimerIfNeedLocked()
@@ -302,7 +320,7 @@ void TaskLoop::ResetTimerIfNeedLocked()
 
 void TaskLoop::WakeUp()
 {
-    wakeCondition.notify_one();
+    wakeCondition->notify_one();
 }
 
 std::uint64_t TaskLoop::NanosecondSinceSystemStart()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "plugin/OwnedHandle.h"
 #include "plugin/ThreadSafety.h"
 #include "taskloop/LoopTask.h"
 
@@ -8,6 +7,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -25,49 +25,58 @@
 /// A named thread that runs immediate, delayed and periodic tasks in order of their due times. It is used once: after
 /// `StopLoop` it takes no task any more.
 ///
-/// Threads: any thread may add and remove tasks, start and stop the loop. Tasks run on the loop's thread only, one at a
-/// time, with no lock held; a task may add and remove tasks of its own loop. The owner destroys the loop, on a thread
-/// other than the loop's.
+/// Threads: any thread may add and remove tasks, start and stop the loop, also at the same time. Tasks run on the loop's
+/// thread only, one at a time, with none of the loop's locks held; a task may add and remove tasks of its own loop. The
+/// owner destroys the loop, on a thread other than the loop's, when no other thread uses it any more.
 ///
 /// All times are nanoseconds of a monotonic clock; the one exception is the loop's sleep, whose end lies on the wall
 /// clock: a change of the system time lengthens or shortens one sleep, never a task's due time. This is intended.
 ///
-/// What a task throws is not caught: it ends the process. Errors of locks and threads are thrown as
-/// `std::system_error`.
+/// What a task throws is not caught: it ends the process. Errors of locks and threads are thrown as `std::system_error`,
+/// as far as the standard library reports them; it reports none of the loop's sleep.
 class TaskLoop
 {
 public:
     /// Names the loop and starts nothing.
     TASK_LOOP_API explicit TaskLoop(std::string loopName);
 
-    /// Stops the loop. Ends the process when the thread is still there afterwards.
+    /// Stops the loop. Ends the process when its thread has not been joined, as after a stop on that very thread.
     TASK_LOOP_API virtual ~TaskLoop();
 
     TaskLoop(const TaskLoop&) = delete;
     TaskLoop& operator=(const TaskLoop&) = delete;
 
-    /// Runs the loop, in a thread of its own or on the calling one. Nothing happens when it is running already.
+    /// Runs the loop, in a thread of its own or on the calling one. Nothing happens when it is running already. After a
+    /// stop it runs again, but only for one look: it takes no task.
+    ///
+    /// With a thread of its own it returns once that has its name. So it is not to be called while a library is being
+    /// loaded or unloaded: no thread begins to run meanwhile.
     ///
     /// On the calling thread the queue's lock is held all the while, so such a loop cannot serve tasks. This is
     /// intended; the module always asks for a thread.
     TASK_LOOP_API void StartLoop(bool inNewThread);
 
-    /// Ends the loop for good: a running task is finished, queued tasks are dropped unrun. Returns when the thread has
-    /// ended. On the loop's own thread it throws what `std::thread::join` throws there.
+    /// Ends the loop for good: queued tasks are destroyed unrun, a running task is finished. Returns when the thread has
+    /// ended, also when it was ended from outside. When the loop does not run, or another thread is just stopping it, it
+    /// returns at once and leaves the queue alone.
+    ///
+    /// On the loop's own thread it throws what `std::thread::join` throws there. The thread then is not joined; to
+    /// destroy the loop, or to start another thread for it, ends the process.
     TASK_LOOP_API void StopLoop();
 
     /// Takes a task out of the queue; returns whether there was one. The task that is running now is not stopped, but
     /// it is not queued again, and the result is false.
     TASK_LOOP_API bool RemoveEvent(std::uint64_t eventId);
 
-    /// The name; once the loop runs in a thread, the name, "@" and the thread's id.
+    /// The name; once the loop runs, the name, "@" and the thread's id. Not to be called, and its result not to be read,
+    /// while another thread is in `StartLoop`: that changes the name.
     TASK_LOOP_API const std::string& GetName() const;
 
     /// Whether the loop has been started and not been stopped.
     TASK_LOOP_API bool IsRunning() const;
 
-    /// Adds a task to be run as soon as possible: at once, or at the next wake-up when the loop is just about to sleep
-    /// and misses the signal, which is intended. Returns its id, or 0 when the loop is stopping and took nothing.
+    /// Adds a task to be run as soon as possible: at once, or when the loop wakes next, since it may be just about to
+    /// sleep and miss the signal, which is intended. Returns its id, or 0 when the loop is stopping and took nothing.
     std::uint64_t PostTask(std::function<void()> callback)
     {
         return Post(false, 0, std::move(callback), [this] { WakeUp(); });
@@ -102,7 +111,7 @@ private:
         /// Takes the first task of the storage that has this id out, if there is one.
         std::optional<LoopTask> TakeFirst(std::uint64_t eventId);
 
-        /// Takes the head out. Nothing is copied, so that it cannot fail for want of memory.
+        /// Takes the head out of a queue that is not empty. Nothing is copied, so it cannot fail when memory runs out.
         LoopTask TakeHead();
     };
 
@@ -132,24 +141,34 @@ private:
 
     TASK_LOOP_API void Run();
 
-    /// Runs every due task. Returns the nanoseconds until the next one is due, or `emptyQueue`.
+    /// Runs the due tasks until the queue is empty, its head is not due or a stop is requested. Returns the nanoseconds
+    /// until the head is due, 0 when it does not wait for one, or `emptyQueue` when the queue was empty at first.
     TASK_LOOP_API std::uint64_t ProcessQueuedEvent();
 
-    /// Takes the head into `out`, which then is the current task, if it is due; else tells in `waitNs` how long it is
-    /// not, and remembers its due time.
+    /// Takes the head into `out`, which then is the current task, if it is due. If it is not, sets `waitNs` to the time
+    /// until then, and remembers its due time. Takes nothing once a stop is requested.
     TASK_LOOP_API bool FetchNextEvent(std::uint64_t nowNs, std::uint64_t& waitNs, LoopTask& out);
     TASK_LOOP_API static void ProcessEvent(const LoopTask& task);
     TASK_LOOP_API void ReInsertPeriodicEvent(std::uint64_t nowNs, LoopTask& task);
     TASK_LOOP_API void WaitNextEvent(std::uint64_t waitMs);
 
-    /// With `queueMutex` held: signals when the loop is not sleeping towards the head's due time.
+    /// Signals when the head's due time is not the one that the loop last found not yet due.
     TASK_LOOP_API void ResetTimerIfNeedLocked() HEADSET_REQUIRES(queueMutex);
     TASK_LOOP_API void WakeUp();
     TASK_LOOP_API static std::uint64_t NanosecondSinceSystemStart();
 
-    void StartThread();
-    void AwaitName();
-    void JoinThread();
+    /// A thread of the loop: what is needed to wait for its end.
+    struct RunningThread
+    {
+        std::shared_ptr<std::thread> thread;
+        std::shared_future<void> hasLeftRun;
+        std::uint32_t threadId = 0;
+
+        bool IsCaller() const;
+    };
+
+    void StartThread() HEADSET_REQUIRES(queueMutex);
+    void Join(const RunningThread& ended);
     void AppendThreadIdToName();
     bool RunHeadIfDue(std::uint64_t& waitNs);
     void RunCurrentTask(LoopTask& task);
@@ -158,21 +177,23 @@ private:
     // Returned for a queue that was empty, and passed on as milliseconds: about 24.8 days.
     static constexpr std::uint64_t emptyQueue = 2147483647;
 
-    std::string name; // written by the loop's thread before `StartLoop` returns
+    // Written by the loop's thread while `StartLoop` waits for it; then read by any thread, without a lock.
+    std::string name;
     TaskQueue taskQueue HEADSET_GUARDED_BY(queueMutex);
-    std::unique_ptr<std::thread> thread;
+    // Null until a start in a new thread, and again from when `StopLoop` has taken it to join it.
+    std::shared_ptr<std::thread> thread HEADSET_GUARDED_BY(queueMutex);
     std::mutex queueMutex;
-    std::atomic<bool> busy{false}; // cleared after each pass; nothing sets it: intended
+    std::atomic<bool> busy{false}; // cleared after each pass that found a task; nothing sets it: intended
     std::atomic<bool> stopRequested{false};
-    std::atomic<bool> running{false};
+    std::atomic<bool> running{false}; // written with queueMutex held, read without it
     // Due time of the head that the loop last found not yet due.
     std::uint64_t armedDueTimeNs HEADSET_GUARDED_BY(queueMutex) = 0;
     // The loop thread's copy of the task that it is running.
     LoopTask* currentTask HEADSET_GUARDED_BY(queueMutex) = nullptr;
     std::mutex waitMutex; // for the timed wait alone; a leaf
-    std::condition_variable wakeCondition;
-    std::mutex nameMutex; // a leaf, also taken under queueMutex
-    std::condition_variable hasBeenNamed;
-    bool isNamed HEADSET_GUARDED_BY(nameMutex) = false; // whether the loop's thread has written its name
-    OwnedHandle threadHandle;                           // of the loop's thread; written by that before the name
+    // Shared with the loop's thread, which may sleep on it for ever when it was ended from outside.
+    const std::shared_ptr<std::condition_variable> wakeCondition = std::make_shared<std::condition_variable>();
+    std::shared_future<void> hasLeftRun HEADSET_GUARDED_BY(queueMutex); // ready once `thread` has left `Run`
+    std::uint32_t threadId HEADSET_GUARDED_BY(queueMutex) = 0;          // of `thread`
+    std::promise<std::uint32_t> named; // renewed by each start; `Run` gives the thread's id once the name is written
 };

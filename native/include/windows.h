@@ -89,7 +89,6 @@ extern "C"
     BOOL WINAPI CloseHandle(HANDLE handle);
 
     HANDLE WINAPI GetCurrentProcess();
-    HANDLE WINAPI GetCurrentThread();
     DWORD WINAPI GetCurrentProcessId();
     DWORD WINAPI GetCurrentThreadId();
 

@@ -1,7 +1,5 @@
-// Handles, events, waits, and threads as objects to wait for.
+// Handles, events and waits.
 #include "native/src/KernelObject.h"
-
-#include <pthread.h>
 
 #include <chrono>
 #include <utility>
@@ -18,53 +16,12 @@ struct HandleRecord
     std::shared_ptr<KernelObject> object;
 };
 
-/// Signalled when its thread ends; keeps itself until then.
-class EndOfThread : public Signal
-{
-public:
-    EndOfThread() : Signal(true, false) {}
-
-    std::shared_ptr<EndOfThread> self; // of its thread alone
-};
-
-void SignalEnd(void* object)
-{
-    const std::shared_ptr<EndOfThread> end = std::move(static_cast<EndOfThread*>(object)->self);
-    end->Set();
-}
-
-/// Where each thread has its object. Not a thread_local object: the leak sanitizer at times does not find the record of
-/// its destructor.
-pthread_key_t EndOfThreadKey()
-{
-    static const pthread_key_t key = []
-    {
-        pthread_key_t made = 0;
-        pthread_key_create(&made, &SignalEnd);
-        return made;
-    }();
-    return key;
-}
-
-// As on the platform, these two are no handles that could be closed.
+// As on the platform, this is no handle that could be closed.
 const HANDLE currentProcess = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));
-const HANDLE currentThread = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-2));
 
 bool IsPseudoHandle(HANDLE handle)
 {
-    return handle == nullptr || handle == currentProcess || handle == currentThread;
-}
-
-std::shared_ptr<KernelObject> CurrentThreadObject()
-{
-    if (auto* const known = static_cast<EndOfThread*>(pthread_getspecific(EndOfThreadKey())))
-    {
-        return known->self;
-    }
-    const auto made = std::make_shared<EndOfThread>();
-    made->self = made;
-    pthread_setspecific(EndOfThreadKey(), made.get());
-    return made;
+    return handle == nullptr || handle == currentProcess;
 }
 
 BOOL Fail(DWORD error)
@@ -114,10 +71,6 @@ HANDLE MakeHandle(std::shared_ptr<KernelObject> object)
 
 std::shared_ptr<KernelObject> ObjectOf(HANDLE handle)
 {
-    if (handle == currentThread)
-    {
-        return CurrentThreadObject();
-    }
     return IsPseudoHandle(handle) ? nullptr : static_cast<HandleRecord*>(handle)->object;
 }
 
@@ -190,9 +143,4 @@ BOOL CloseHandle(HANDLE handle)
 HANDLE GetCurrentProcess()
 {
     return currentProcess;
-}
-
-HANDLE GetCurrentThread()
-{
-    return currentThread;
 }

@@ -169,16 +169,16 @@ class ModuleCheckTest(unittest.TestCase):
              "OwnedHandle, member 2: expected `none`, found `size 16`"])
 
     def test_a_private_member_after_the_listed_ones_is_the_modules_own_business(self):
-        self.change("taskloop/TaskLoop.h", r"^    std::condition_variable wakeCondition;$",
+        self.change("taskloop/TaskLoop.h", r"^    const std::shared_ptr<std::condition_variable> wakeCondition = .*$",
                     r"\g<0>\n    std::uint64_t privateCount = 0;")
         self.assertEqual(self.tree.complaints(fields=["TaskLoop"]), [])
 
     def test_a_private_member_among_the_listed_ones_is_not(self):
-        self.change("taskloop/TaskLoop.h", r"^    std::condition_variable wakeCondition;$",
+        self.change("taskloop/TaskLoop.h", r"^    const std::shared_ptr<std::condition_variable> wakeCondition = .*$",
                     r"    std::uint64_t privateCount = 0;\n\g<0>")
         self.assertEqual(
             self.tree.complaints(fields=["TaskLoop"]),
-            ["TaskLoop, member 11: expected `~ wakeCondition std::condition_variable`,"
+            ["TaskLoop, member 11: expected `~ wakeCondition const std::shared_ptr<std::condition_variable>`,"
              " found `~ privateCount std::uint64_t`"])
 
     def test_an_export_less(self):
@@ -188,7 +188,7 @@ class ModuleCheckTest(unittest.TestCase):
             ["exports: expected, and missing: private: void TaskLoop::WakeUp(void)  [?WakeUp@TaskLoop@@AEAAXXZ]"])
 
     def test_an_export_more(self):
-        self.change("taskloop/TaskLoop.h", r"^    void StartThread\(\);$", "    TASK_LOOP_API void StartThread();")
+        self.change("taskloop/TaskLoop.h", r"^    void StartThread\(\) HEADSET_REQUIRES", "    TASK_LOOP_API void StartThread() HEADSET_REQUIRES")
         self.assertEqual(
             self.tree.complaints(sources=EXPORTING, exports=True),
             ["exports: found, and not expected: private: void TaskLoop::StartThread(void)"

@@ -28,7 +28,6 @@ EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
 EXPOSE_PRIVATE(VolumeTaskLoop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
 EXPOSE_PRIVATE(QueueMutex, &TaskLoop::queueMutex);
 EXPOSE_PRIVATE(WaitMutex, &TaskLoop::waitMutex);
-EXPOSE_PRIVATE(NameMutex, &TaskLoop::nameMutex);
 EXPOSE_PRIVATE(HandlerServerReady, &HeadsetAudioFeatureHandler::serverReady);
 EXPOSE_PRIVATE(ConnecterServerReady, &HeadsetConnector::serverReady);
 EXPOSE_PRIVATE(ConnecterProxyMutex, &HeadsetConnector::proxyMutex);
@@ -79,7 +78,6 @@ protected:
         TaskLoop& loop = *((*handler).*MemberOf(test::VolumeTaskLoop{}));
         watch.Name(loop.*MemberOf(test::QueueMutex{}), "queueMutex", 9);
         watch.Name(loop.*MemberOf(test::WaitMutex{}), "waitMutex", 9);
-        watch.Name(loop.*MemberOf(test::NameMutex{}), "nameMutex", 10); // the one leaf that is taken under another
     }
 
     /// As a switch does that will put the volume back later.
@@ -122,7 +120,6 @@ TEST_F(LockOrder, HoldsThroughADay)
     EXPECT_TRUE(watch.Saw("tipMutex", "queueMutex"));
     EXPECT_TRUE(watch.Saw("loopLifeMutex", "volumeMutex"));
     EXPECT_TRUE(watch.Saw("volumeMutex", "endpointMutex"));
-    EXPECT_TRUE(watch.Saw("queueMutex", "nameMutex"));
 }
 
 TEST_F(LockOrder, IsSeenWhenItIsBroken)

@@ -4,8 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <future>
-#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -127,26 +125,6 @@ TEST_F(OwnedHandleTest, ADuplicateIsAnotherHandleOfTheSameObject)
     EXPECT_EQ(WaitForSingleObject(copy.Get(), 0), 0U);
 }
 
-TEST_F(OwnedHandleTest, TheCurrentThreadsIsSignalledWhenThatHasEnded)
-{
-    OwnedHandle handle;
-    std::promise<void> taken;
-    std::promise<void> mayEnd;
-    std::thread thread(
-        [&]
-        {
-            handle = OwnedHandle::CurrentThread();
-            taken.set_value();
-            mayEnd.get_future().wait();
-        });
-    taken.get_future().wait();
-    EXPECT_NE(handle.Get(), GetCurrentThread()); // which is whoever asks
-    EXPECT_EQ(WaitForSingleObject(handle.Get(), 0), 258U);
-    mayEnd.set_value();
-    EXPECT_EQ(WaitForSingleObject(handle.Get(), 20'000), 0U);
-    thread.join();
-}
-
 BOOL WINAPI NoCopy(HANDLE, HANDLE, HANDLE, LPHANDLE, DWORD, BOOL, DWORD)
 {
     return FALSE;
@@ -163,7 +141,6 @@ TEST_F(OwnedHandleTest, WhatCannotBeMadeIsNone)
     const ImportPatch noCopy(nullptr, "KERNEL32.dll", "DuplicateHandle", &NoCopy);
     const ImportPatch noEvent(nullptr, "KERNEL32.dll", "CreateEventW", &NoEvent);
     EXPECT_FALSE(event.Duplicate());
-    EXPECT_FALSE(OwnedHandle::CurrentThread());
     EXPECT_FALSE(OwnedHandle::AutoResetEvent());
 }
 

@@ -1,6 +1,7 @@
 // Which signals the loop gives, and how long it sleeps, seen at its calls of the thread library.
 #include "tests/support/ImportPatch.h"
 #include "tests/taskloop/TaskLoopAccess.h"
+#include "tests/taskloop/ThreadLibraryWatch.h"
 
 #include <gmock/gmock.h>
 
@@ -17,8 +18,6 @@
 #include <vector>
 
 EXPOSE_PRIVATE(LoopRun, &TaskLoop::Run);
-EXPOSE_PRIVATE(LoopWaitMutex, &TaskLoop::waitMutex);
-EXPOSE_PRIVATE(LoopWakeCondition, &TaskLoop::wakeCondition);
 
 namespace test
 {
@@ -27,41 +26,7 @@ namespace
 {
 
 using testing::ElementsAre;
-
-constexpr const char* runtime = "libstdc++-6.dll";
-constexpr const char* threadLibrary = "libwinpthread-1.dll";
-
-/// Counts the signals that one loop gives while it lives; they reach their waiter nevertheless.
-class SignalCount
-{
-public:
-    explicit SignalCount(TaskLoop& loop)
-    {
-        condition = &Field<LoopWakeCondition>(loop);
-        count = 0;
-        original = patch_.Original<Notify>();
-    }
-
-    int Value() const { return count; }
-
-private:
-    using Notify = void(void*);
-
-    static void NoteSignal(void* signalled)
-    {
-        if (signalled == condition)
-        {
-            ++count;
-        }
-        original(signalled);
-    }
-
-    inline static void* condition = nullptr;
-    inline static std::atomic<int> count{0};
-    inline static Notify* original = nullptr;
-
-    ImportPatch patch_{nullptr, runtime, "_ZNSt18condition_variable10notify_oneEv", &NoteSignal};
-};
+using testing::IsEmpty;
 
 TEST(TaskLoopSignals, EveryPostedTaskGivesOne)
 {
@@ -153,51 +118,14 @@ TEST(TaskLoopSignals, ARemovalGivesNone)
     EXPECT_EQ(signals.Value(), 0);
 }
 
-/// Waits until the loop sleeps: it then has let go of its wait mutex, and a signal reaches it.
-class SleepWatch
+TEST(TaskLoopSignals, AnEmptyQueueNeedsNone)
 {
-public:
-    explicit SleepWatch(TaskLoop& loop) : loop_(loop)
-    {
-        condition = Field<LoopWakeCondition>(loop).native_handle();
-        sleeps = 0;
-        original = patch_.Original<TimedWait>();
-    }
-
-    bool AwaitSleep(int number) const
-    {
-        const auto limit = std::chrono::steady_clock::now() + generousLimit;
-        while (sleeps < number)
-        {
-            if (std::chrono::steady_clock::now() > limit)
-            {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        const std::scoped_lock lock(Field<LoopWaitMutex>(loop_)); // counted with the mutex held
-        return true;
-    }
-
-private:
-    using TimedWait = int(pthread_cond_t*, pthread_mutex_t*, const timespec*);
-
-    static int NoteSleep(pthread_cond_t* waited, pthread_mutex_t* mutex, const timespec* deadline)
-    {
-        if (waited == condition)
-        {
-            ++sleeps;
-        }
-        return original(waited, mutex, deadline);
-    }
-
-    inline static pthread_cond_t* condition = nullptr;
-    inline static std::atomic<int> sleeps{0};
-    inline static TimedWait* original = nullptr;
-
-    TaskLoop& loop_;
-    ImportPatch patch_{nullptr, threadLibrary, "pthread_cond_timedwait", &NoteSleep};
-};
+    TaskLoop loop("ResetEmpty");
+    const SignalCount signals(loop);
+    Field<LoopArmedDueTime>(loop) = 1;
+    Call<LoopResetTimer>(loop);
+    EXPECT_EQ(signals.Value(), 0);
+}
 
 TEST(TaskLoopSignals, APostedTaskWakesTheSleepingLoop)
 {
@@ -259,7 +187,14 @@ public:
         return deadlines_;
     }
 
+    std::vector<Deadline> WaitOnce(std::uint64_t waitMs)
+    {
+        Call<LoopWaitNextEvent>(*loop_, waitMs);
+        return deadlines_;
+    }
+
     int QueueLocks() const { return queueLocks_; }
+    int WaitLocks() const { return waitLocks_; }
 
 private:
     using LockMutex = int(pthread_mutex_t*);
@@ -274,16 +209,20 @@ private:
         {
             ++current->queueLocks_;
         }
-        if (mutex == Field<LoopWaitMutex>(*current->loop_).native_handle() && current->beforeSleep_)
+        if (mutex == Field<LoopWaitMutex>(*current->loop_).native_handle())
         {
-            std::exchange(current->beforeSleep_, nullptr)();
+            ++current->waitLocks_;
+            if (current->beforeSleep_)
+            {
+                std::exchange(current->beforeSleep_, nullptr)();
+            }
         }
         return realLock(mutex);
     }
 
     static int NoteDeadline(pthread_cond_t* waited, pthread_mutex_t* mutex, const timespec* deadline)
     {
-        EXPECT_EQ(waited, Field<LoopWakeCondition>(*current->loop_).native_handle());
+        EXPECT_EQ(waited, Field<LoopWakeCondition>(*current->loop_)->native_handle());
         EXPECT_EQ(mutex, Field<LoopWaitMutex>(*current->loop_).native_handle());
         current->deadlines_.push_back({deadline->tv_sec, deadline->tv_nsec});
         Field<LoopStopRequested>(*current->loop_) = true;
@@ -295,18 +234,6 @@ private:
         return std::chrono::system_clock::time_point(std::chrono::seconds(1'700'000'000));
     }
 
-    static BOOL WINAPI Frequency(LARGE_INTEGER* value)
-    {
-        value->QuadPart = 1'000'000'000;
-        return TRUE;
-    }
-
-    static BOOL WINAPI Count(LARGE_INTEGER* value)
-    {
-        value->QuadPart = 1'000'000'000;
-        return TRUE;
-    }
-
     inline static OnePass* current = nullptr;
     inline static LockMutex* const realLock = reinterpret_cast<LockMutex*>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(threadLibrary), "pthread_mutex_lock")));
@@ -315,8 +242,8 @@ private:
     std::function<void()> beforeSleep_;
     std::vector<Deadline> deadlines_;
     int queueLocks_ = 0;
-    ImportPatch frequencyPatch_{nullptr, "KERNEL32.dll", "QueryPerformanceFrequency", &Frequency};
-    ImportPatch counterPatch_{nullptr, "KERNEL32.dll", "QueryPerformanceCounter", &Count};
+    int waitLocks_ = 0;
+    SetClock clock_{1'000'000'000};
     ImportPatch wallClockPatch_{nullptr, runtime, "_ZNSt6chrono3_V212system_clock3nowEv", &WallTime};
     ImportPatch waitPatch_{nullptr, threadLibrary, "pthread_cond_timedwait", &NoteDeadline};
     ImportPatch lockPatch_{nullptr, threadLibrary, "pthread_mutex_lock", &NoteLock};
@@ -358,6 +285,49 @@ TEST(TaskLoopSleep, OfExactly2147483647NanosecondsIsThatOfAnEmptyQueue)
     EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'646), ElementsAre(Deadline{1'700'000'002, 147'000'000}));
     EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'647), ElementsAre(Deadline{1'702'147'483, 647'000'000}));
     EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'648), ElementsAre(Deadline{1'700'000'002, 147'000'000}));
+}
+
+/// The deadline of one wait of that many milliseconds.
+std::vector<Deadline> DeadlineOfAWait(std::uint64_t waitMs)
+{
+    TaskLoop loop("Wait");
+    return OnePass(loop).WaitOnce(waitMs);
+}
+
+TEST(TaskLoopSleep, EndsAtTheLastTimeThereIsAtTheLatest)
+{
+    EXPECT_THAT(DeadlineOfAWait(0), ElementsAre(Deadline{0, 0}));
+    EXPECT_THAT(DeadlineOfAWait(1), ElementsAre(Deadline{1'700'000'000, 1'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(7'523'372'036'854), ElementsAre(Deadline{9'223'372'036, 854'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(7'523'372'036'855), ElementsAre(Deadline{9'223'372'036, 854'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(0x7FFFFFFFFFFFFFFF), ElementsAre(Deadline{9'223'372'036, 854'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(0x8000000000000000), ElementsAre(Deadline{0, 0})); // counts as negative
+    EXPECT_THAT(DeadlineOfAWait(0xFFFFFFFFFFFFFFFF), ElementsAre(Deadline{0, 0}));
+}
+
+TEST(TaskLoopSleep, HoldsItsLockOnce)
+{
+    TaskLoop loop("WaitLock");
+    OnePass pass(loop);
+    pass.WaitOnce(1);
+    EXPECT_EQ(pass.WaitLocks(), 1);
+    EXPECT_EQ(pass.QueueLocks(), 0);
+}
+
+TEST(TaskLoopSleep, IsLeftOutOnceAStopIsRequested)
+{
+    TaskLoop loop("StopInTask");
+    Field<LoopQueue>(loop).push(TaskDueAt(1, 1, [&] { Field<LoopStopRequested>(loop) = true; }));
+    EXPECT_THAT(OnePass(loop).Run(), IsEmpty());
+}
+
+TEST(TaskLoopSleep, IsTheLastThingWhenAStopIsRequestedMeanwhile)
+{
+    TaskLoop loop("StopInSleep");
+    Field<LoopQueue>(loop).push(TaskDueAt(6'000'000'000, 1));
+    OnePass pass(loop);
+    pass.Run();
+    EXPECT_EQ(SetClock::Reads(), 1); // for the look at the queue before
 }
 
 TEST(TaskLoopSleep, IsNotCutShortByATaskThatIsPostedJustBefore)

@@ -1,6 +1,7 @@
 // The loop's private steps, one by one, without its thread.
 #include "tests/support/ImportPatch.h"
 #include "tests/taskloop/TaskLoopAccess.h"
+#include "tests/taskloop/ThreadLibraryWatch.h"
 
 #include <gtest/gtest.h>
 
@@ -46,10 +47,12 @@ TEST(TaskLoopProcess, LeavesWhatIsNotDueAndGivesTheTimeUntilThen)
     Field<LoopQueue>(loop).push(TaskDueAt(1, 1, [&] { ++runs; }));
     const std::uint64_t due = MemberOf(LoopClock{})() + hourNs;
     Field<LoopQueue>(loop).push(TaskDueAt(due, 2, [&] { runs += 100; }));
+    Field<LoopBusy>(loop) = true;
     const std::uint64_t wait = Call<LoopProcessQueuedEvent>(loop);
     EXPECT_GT(wait, 0U);
     EXPECT_LE(wait, hourNs);
     EXPECT_EQ(runs, 1);
+    EXPECT_FALSE(Field<LoopBusy>(loop));
     EXPECT_EQ(Field<LoopQueue>(loop).size(), 1U);
     EXPECT_EQ(Field<LoopArmedDueTime>(loop), due);
 }
@@ -59,8 +62,56 @@ TEST(TaskLoopProcess, RunsNothingOnceStopIsRequested)
     TaskLoop loop("Stopping");
     Field<LoopQueue>(loop).push(TaskDueAt(1, 1, [] { FAIL(); }));
     Field<LoopStopRequested>(loop) = true;
+    Field<LoopBusy>(loop) = true;
     EXPECT_EQ(Call<LoopProcessQueuedEvent>(loop), 0U);
     EXPECT_EQ(Field<LoopQueue>(loop).size(), 1U);
+    EXPECT_FALSE(Field<LoopBusy>(loop));
+}
+
+TEST(TaskLoopProcess, EndsAfterTheTaskThatRunsWhenStopIsRequested)
+{
+    TaskLoop loop("StopInTask");
+    Field<LoopQueue>(loop).push(TaskDueAt(1, 1, [&] { Field<LoopStopRequested>(loop) = true; }));
+    Field<LoopQueue>(loop).push(TaskDueAt(2, 2, [] { FAIL(); }));
+    Field<LoopBusy>(loop) = true;
+    EXPECT_EQ(Call<LoopProcessQueuedEvent>(loop), 0U);
+    EXPECT_EQ(Field<LoopQueue>(loop).size(), 1U);
+    EXPECT_FALSE(Field<LoopBusy>(loop));
+}
+
+TEST(TaskLoopProcess, RunsWhatIsDueAtThisVeryNanosecondAndNothingSooner)
+{
+    const SetClock clock(1000);
+    TaskLoop loop("JustNow");
+    int runs = 0;
+    Field<LoopQueue>(loop).push(TaskDueAt(1000, 1, [&] { ++runs; }));
+    Field<LoopQueue>(loop).push(TaskDueAt(1001, 2, [&] { runs += 100; }));
+    EXPECT_EQ(Call<LoopProcessQueuedEvent>(loop), 1U);
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(Field<LoopArmedDueTime>(loop), 1001U);
+}
+
+TEST(TaskLoopProcess, ReadsTheClockAnewForEachTask)
+{
+    const SetClock clock(1000);
+    TaskLoop loop("Anew");
+    int runs = 0;
+    Field<LoopQueue>(loop).push(TaskDueAt(1000, 1, [&] { SetClock::Set(2000); }));
+    Field<LoopQueue>(loop).push(TaskDueAt(2000, 2, [&] { ++runs; }));
+    Field<LoopQueue>(loop).push(TaskDueAt(2001, 3, [&] { runs += 100; }));
+    EXPECT_EQ(Call<LoopProcessQueuedEvent>(loop), 1U);
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(SetClock::Reads(), 3);
+}
+
+TEST(TaskLoopProcess, ADelayedTaskIsNotQueuedAgain)
+{
+    TaskLoop loop("Once");
+    LoopTask task = TaskDueAt(1, 1, [] {});
+    task.intervalNs = 1;
+    Field<LoopQueue>(loop).push(task);
+    Call<LoopProcessQueuedEvent>(loop);
+    EXPECT_TRUE(Field<LoopQueue>(loop).empty());
 }
 
 TEST(TaskLoopProcess, TheRunningTaskIsTheCurrentOneAndNoLockIsHeld)
@@ -83,7 +134,7 @@ TEST(TaskLoopProcess, TheRunningTaskIsTheCurrentOneAndNoLockIsHeld)
     EXPECT_FALSE(locked);
 }
 
-/// What a task holds; copying it could fail for want of memory.
+/// What a task holds; copying it could fail when memory runs out.
 struct CountedCopies
 {
     explicit CountedCopies(int& count) : copies(count) {}
@@ -342,55 +393,66 @@ TEST(TaskLoopWakeUp, IsGivenOnlyWhenTheHeadIsNotTheOneSleptTowards)
     EXPECT_LT(std::chrono::steady_clock::now(), limit);
 }
 
-// The module's clock under a test's control.
-std::atomic<std::uint64_t> clockNs{1'000'000'000};
-std::atomic<int> clockReads{0};
-
-BOOL WINAPI FrequencyOfNanoseconds(LARGE_INTEGER* value)
-{
-    value->QuadPart = 1'000'000'000;
-    return TRUE;
-}
-
-BOOL WINAPI ReadSetClock(LARGE_INTEGER* value)
-{
-    ++clockReads;
-    value->QuadPart = static_cast<LONGLONG>(clockNs.load());
-    return TRUE;
-}
-
 TEST(TaskLoopRun, PollsForATaskThatIsDueInLessThanAMillisecond)
 {
-    const ImportPatch frequency(nullptr, "KERNEL32.dll", "QueryPerformanceFrequency", &FrequencyOfNanoseconds);
-    const ImportPatch counter(nullptr, "KERNEL32.dll", "QueryPerformanceCounter", &ReadSetClock);
+    const SetClock clock(1'000'000'000);
     std::promise<void> ran;
     TaskLoop loop("Poll");
     loop.PostDelayedTask(999'999, [&] { ran.set_value(); });
     loop.StartLoop(true);
     const auto limit = std::chrono::steady_clock::now() + generousLimit;
-    while (clockReads < 1000 && std::chrono::steady_clock::now() < limit)
+    while (SetClock::Reads() < 1000 && std::chrono::steady_clock::now() < limit)
     {
         std::this_thread::yield();
     }
-    EXPECT_GE(clockReads, 1000); // nothing woke it
-    clockNs += 999'999;
+    EXPECT_GE(SetClock::Reads(), 1000); // nothing woke it
+    SetClock::Set(1'000'999'999);
     EXPECT_EQ(ran.get_future().wait_for(generousLimit), std::future_status::ready);
     loop.StopLoop();
 }
 
 TEST(TaskLoopRun, SleepsWhenTheQueueIsEmpty)
 {
-    const ImportPatch counter(nullptr, "KERNEL32.dll", "QueryPerformanceCounter", &ReadSetClock);
+    const SetClock clock(1'000'000'000);
     TaskLoop loop("Sleep");
     std::promise<void> ran;
     loop.PostTask([&] { ran.set_value(); });
     loop.StartLoop(true);
     ASSERT_EQ(ran.get_future().wait_for(generousLimit), std::future_status::ready);
-    const int reads = clockReads;
+    const int reads = SetClock::Reads();
     std::promise<void> never;
     EXPECT_EQ(never.get_future().wait_for(100ms), std::future_status::timeout);
-    EXPECT_LE(clockReads, reads + 1);
+    EXPECT_LE(SetClock::Reads(), reads + 1);
     loop.StopLoop();
+}
+
+TEST(TaskLoopAdd, ReadsTheClockOnce)
+{
+    const SetClock clock(1000);
+    TaskLoop loop("OneReading");
+    EXPECT_EQ(loop.PostDelayedTask(1, [] {}), 1000U);
+    EXPECT_EQ(SetClock::Reads(), 1);
+    EXPECT_EQ(loop.PostTask([] {}), 1000U);
+    EXPECT_EQ(SetClock::Reads(), 2);
+}
+
+TEST(TaskLoopAdd, RefusesWithoutALookAtTheClockWhenAStopIsRequested)
+{
+    const SetClock clock(1000);
+    TaskLoop loop("Stopped");
+    Field<LoopStopRequested>(loop) = true;
+    EXPECT_EQ(loop.PostTask([] {}), 0U);
+    EXPECT_EQ(SetClock::Reads(), 0);
+}
+
+TEST(TaskLoopAdd, TakesTheLastDueTimeThereIs)
+{
+    const SetClock clock(1000);
+    TaskLoop loop("LastDue");
+    EXPECT_EQ(loop.PostDelayedTask(allOnes - 999, [] {}), 0U);
+    EXPECT_EQ(loop.PostDelayedTask(allOnes - 1000, [] {}), 1000U);
+    ASSERT_EQ(Field<LoopQueue>(loop).size(), 1U);
+    EXPECT_EQ(Field<LoopQueue>(loop).top().dueTimeNs, allOnes);
 }
 
 // The clock is read after the first look at the stop request.

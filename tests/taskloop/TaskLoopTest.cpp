@@ -212,6 +212,31 @@ TEST(TaskLoop, OfTwoTasksWithOneIdTheFirstInStorageIsRemoved)
     EXPECT_TRUE(queue.empty());
 }
 
+TEST(TaskLoop, OfARunningAndAQueuedTaskWithOneIdTheRunningOneIsMeant)
+{
+    TaskLoop loop("SameIdRunning");
+    LoopTask running = TaskDueAt(1, 7);
+    Field<LoopQueue>(loop).push(TaskDueAt(10, 7));
+    Field<LoopCurrentTask>(loop) = &running;
+    EXPECT_FALSE(loop.RemoveEvent(7));
+    EXPECT_EQ(running.eventId, 0U);
+    EXPECT_EQ(Field<LoopQueue>(loop).size(), 1U);
+    EXPECT_TRUE(loop.RemoveEvent(7));
+    EXPECT_TRUE(Field<LoopQueue>(loop).empty());
+    Field<LoopCurrentTask>(loop) = nullptr;
+}
+
+TEST(TaskLoop, RemovalOfAQueuedTaskLeavesTheRunningOneAlone)
+{
+    TaskLoop loop("RemoveQueued");
+    LoopTask running = TaskDueAt(1, 7);
+    Field<LoopQueue>(loop).push(TaskDueAt(10, 8));
+    Field<LoopCurrentTask>(loop) = &running;
+    EXPECT_TRUE(loop.RemoveEvent(8));
+    EXPECT_EQ(running.eventId, 7U);
+    Field<LoopCurrentTask>(loop) = nullptr;
+}
+
 TEST(TaskLoop, RemovalKeepsTheOrderOfTheRest)
 {
     TaskLoop loop("Heap");
