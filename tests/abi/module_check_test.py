@@ -178,7 +178,7 @@ class ModuleCheckTest(unittest.TestCase):
                     r"    std::uint64_t privateCount = 0;\n\g<0>")
         self.assertEqual(
             self.tree.complaints(fields=["TaskLoop"]),
-            ["TaskLoop, member 11: expected `~ wakeCondition const std::shared_ptr<std::condition_variable>`,"
+            ["TaskLoop, member 11: expected `~ wakeCondition std::shared_ptr<std::condition_variable>`,"
              " found `~ privateCount std::uint64_t`"])
 
     def test_an_export_less(self):
