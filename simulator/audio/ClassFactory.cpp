@@ -89,7 +89,7 @@ HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** object
                     EnterCall("CoCreateInstance::" + name, [&] { return Create(outer, riid, object); }));
 }
 
-HRESULT ClassFactory::LockServer(WINBOOL)
+HRESULT ClassFactory::LockServer(BOOL)
 {
     return S_OK; // the DLL never leaves the process anyway
 }

@@ -29,7 +29,7 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** object) override;
-    HRESULT STDMETHODCALLTYPE LockServer(WINBOOL lock) override;
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override;
 
     ClassFactory(const ClassFactory&) = delete;
     ClassFactory& operator=(const ClassFactory&) = delete;

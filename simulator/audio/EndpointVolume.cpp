@@ -31,13 +31,13 @@ HRESULT EndpointVolume::GetMasterVolumeLevelScalar(FLOAT* level)
                     EnterCall("IAudioEndpointVolume::GetMasterVolumeLevelScalar", [&] { return GiveLevel(level); }));
 }
 
-HRESULT EndpointVolume::SetMute(WINBOOL mute, LPCGUID context)
+HRESULT EndpointVolume::SetMute(BOOL mute, LPCGUID context)
 {
     return TellCall(Text("SetMute") + (mute ? " 1" : " 0"),
                     EnterCall("IAudioEndpointVolume::SetMute", [&] { return ChangeMute(mute != FALSE, context); }));
 }
 
-HRESULT EndpointVolume::GetMute(WINBOOL* mute)
+HRESULT EndpointVolume::GetMute(BOOL* mute)
 {
     ClearOut(mute);
     return TellRead(Text("GetMute"), EnterCall("IAudioEndpointVolume::GetMute", [&] { return GiveMute(mute); }));
@@ -173,7 +173,7 @@ HRESULT EndpointVolume::ChangeMute(bool mute, LPCGUID context)
         });
 }
 
-HRESULT EndpointVolume::GiveMute(WINBOOL* mute) const
+HRESULT EndpointVolume::GiveMute(BOOL* mute) const
 {
     if (mute == nullptr)
     {

@@ -26,8 +26,8 @@ public:
 
     HRESULT STDMETHODCALLTYPE SetMasterVolumeLevelScalar(FLOAT level, LPCGUID context) override;
     HRESULT STDMETHODCALLTYPE GetMasterVolumeLevelScalar(FLOAT* level) override;
-    HRESULT STDMETHODCALLTYPE SetMute(WINBOOL mute, LPCGUID context) override;
-    HRESULT STDMETHODCALLTYPE GetMute(WINBOOL* mute) override;
+    HRESULT STDMETHODCALLTYPE SetMute(BOOL mute, LPCGUID context) override;
+    HRESULT STDMETHODCALLTYPE GetMute(BOOL* mute) override;
 
     HRESULT STDMETHODCALLTYPE RegisterControlChangeNotify(IAudioEndpointVolumeCallback* client) override;
     HRESULT STDMETHODCALLTYPE UnregisterControlChangeNotify(IAudioEndpointVolumeCallback* client) override;
@@ -48,7 +48,7 @@ private:
     HRESULT ChangeLevel(FLOAT level, LPCGUID context);
     HRESULT GiveLevel(FLOAT* level) const;
     HRESULT ChangeMute(bool mute, LPCGUID context);
-    HRESULT GiveMute(WINBOOL* mute) const;
+    HRESULT GiveMute(BOOL* mute) const;
     HRESULT NotImplemented(std::string_view call) const;
 
     bool IsActive() const;

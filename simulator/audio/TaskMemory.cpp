@@ -47,12 +47,12 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
-    void* STDMETHODCALLTYPE PreFree(void* request, WINBOOL) override
+    void* STDMETHODCALLTYPE PreFree(void* request, BOOL) override
     {
         Forget(request);
         return request;
     }
-    SIZE_T STDMETHODCALLTYPE PreRealloc(void* request, SIZE_T size, void** newRequest, WINBOOL) override
+    SIZE_T STDMETHODCALLTYPE PreRealloc(void* request, SIZE_T size, void** newRequest, BOOL) override
     {
         Forget(request);
         *newRequest = request;
@@ -62,12 +62,12 @@ public:
     // The others pass on what they are given.
     SIZE_T STDMETHODCALLTYPE PreAlloc(SIZE_T size) override { return size; }
     void* STDMETHODCALLTYPE PostAlloc(void* actual) override { return actual; }
-    void STDMETHODCALLTYPE PostFree(WINBOOL) override {}
-    void* STDMETHODCALLTYPE PostRealloc(void* actual, WINBOOL) override { return actual; }
-    void* STDMETHODCALLTYPE PreGetSize(void* request, WINBOOL) override { return request; }
-    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, WINBOOL) override { return size; }
-    void* STDMETHODCALLTYPE PreDidAlloc(void* request, WINBOOL) override { return request; }
-    int STDMETHODCALLTYPE PostDidAlloc(void*, WINBOOL, int actual) override { return actual; }
+    void STDMETHODCALLTYPE PostFree(BOOL) override {}
+    void* STDMETHODCALLTYPE PostRealloc(void* actual, BOOL) override { return actual; }
+    void* STDMETHODCALLTYPE PreGetSize(void* request, BOOL) override { return request; }
+    SIZE_T STDMETHODCALLTYPE PostGetSize(SIZE_T size, BOOL) override { return size; }
+    void* STDMETHODCALLTYPE PreDidAlloc(void* request, BOOL) override { return request; }
+    int STDMETHODCALLTYPE PostDidAlloc(void*, BOOL, int actual) override { return actual; }
     void STDMETHODCALLTYPE PreHeapMinimize() override {}
     void STDMETHODCALLTYPE PostHeapMinimize() override {}
 

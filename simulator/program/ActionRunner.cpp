@@ -29,7 +29,7 @@ TipReply ToReply(const scenario::AnswerTip& answer)
 
 void ActionRunner::Run(const scenario::Action& action)
 {
-    std::visit([this](const auto& kind) { Do(kind); }, action);
+    std::visit([this](const auto& kind) { this->Do(kind); }, action);
 }
 
 void ActionRunner::Do(const scenario::ServiceAction& action)

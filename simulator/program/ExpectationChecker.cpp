@@ -74,7 +74,7 @@ void ExpectationChecker::ActionBegins()
 
 void ExpectationChecker::Check(const scenario::Expectation& expectation)
 {
-    std::visit([this](const auto& kind) { Examine(kind); }, expectation);
+    std::visit([this](const auto& kind) { this->Examine(kind); }, expectation);
 }
 
 void ExpectationChecker::CheckAtEnd() const

@@ -27,7 +27,7 @@ public:
 
     const IMAGE_IMPORT_DESCRIPTOR* Imports() const
     {
-        const auto* const headers = At<IMAGE_NT_HEADERS>(At<IMAGE_DOS_HEADER>(0)->e_lfanew);
+        const auto* const headers = At<IMAGE_NT_HEADERS>(static_cast<std::uint64_t>(At<IMAGE_DOS_HEADER>(0)->e_lfanew));
         const DWORD offset = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
         return offset == 0 ? nullptr : At<IMAGE_IMPORT_DESCRIPTOR>(offset);
     }

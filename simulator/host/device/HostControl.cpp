@@ -3,6 +3,7 @@
 #include "simulator/host/device/HostState.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace sim

@@ -103,7 +103,7 @@ TEST_F(EndpointVolumeTest, RemembersTheEventContext)
 
 TEST_F(EndpointVolumeTest, ReadsAndChangesTheMuteSwitch)
 {
-    WINBOOL muted = TRUE;
+    BOOL muted = TRUE;
     EXPECT_EQ(volume_->GetMute(&muted), S_OK);
     EXPECT_FALSE(muted);
     EXPECT_EQ(volume_->SetMute(TRUE, nullptr), S_OK);
@@ -143,7 +143,7 @@ TEST_F(EndpointVolumeTest, AnswersFailuresWhenTheEndpointIsNotActiveAnyMore)
             service.RemoveEndpoint("speaker");
         }
         float level = 0.3F;
-        WINBOOL muted = TRUE;
+        BOOL muted = TRUE;
         EXPECT_EQ(volume_->GetMasterVolumeLevelScalar(&level), invalidatedResult);
         EXPECT_EQ(level, 0.0F);
         EXPECT_EQ(volume_->SetMasterVolumeLevelScalar(0.2F, nullptr), invalidatedResult);

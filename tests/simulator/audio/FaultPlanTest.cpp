@@ -339,7 +339,7 @@ TEST_F(AudioFaultPlanTest, TheMuteSwitchAndTheClosedOperationsAreEnteredToo)
     {
         sim::FaultPlan::Instance().FailCall(name, 1, planned);
     }
-    WINBOOL muted = TRUE;
+    BOOL muted = TRUE;
     EXPECT_EQ(volume_->GetMute(&muted), planned);
     EXPECT_FALSE(muted);
     EXPECT_EQ(volume_->SetMute(TRUE, nullptr), planned);
