@@ -212,6 +212,22 @@ TEST_F(ConnectorRequestsTest, UnInitForgetsTheStatesLast)
     EXPECT_THAT(Field<ConnectorStates>(), IsEmpty());
 }
 
+BOOL WINAPI TellClose(HANDLE handle)
+{
+    sim::Timeline::Instance().Add("test", "CloseHandle");
+    return originalClose(handle);
+}
+
+TEST_F(ConnectorRequestsTest, ItEndsWithItsProxyFirst)
+{
+    connector->Init();
+    sim::Timeline::Instance().Clear();
+    const ImportPatch close(nullptr, "KERNEL32.dll", "CloseHandle", &TellClose);
+    originalClose = close.Original<std::remove_pointer_t<decltype(originalClose)>>();
+    connector.reset(); // a handler that is running ends while the event is still there
+    EXPECT_THAT(OwnEntries(), ElementsAre("ipc ~IpcProxy 12144176", "test CloseHandle"));
+}
+
 TEST_F(ConnectorRequestsTest, UnInitMayBeRepeatedAndComeWithoutInit)
 {
     connector->UnInit();

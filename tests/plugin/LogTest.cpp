@@ -114,6 +114,27 @@ TEST_F(LogTest, AByteIsWidenedThroughTheStreamsLocale)
     EXPECT_THAT(LogLines(), ElementsAre("3 name=\u041D-(A::B)"));
 }
 
+struct StarredByte : std::ctype<wchar_t>
+{
+    wchar_t do_widen(char byte) const override { return byte == '\xE9' ? L'*' : std::ctype<wchar_t>::do_widen(byte); }
+    const char* do_widen(const char* begin, const char* end, wchar_t* out) const override
+    {
+        for (; begin != end; ++begin, ++out)
+        {
+            *out = do_widen(*begin);
+        }
+        return end;
+    }
+};
+
+TEST_F(LogTest, ATextWhoseBytesAreCharactersIsNotConvertedAsAWhole)
+{
+    const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new StarredByte));
+    Log::Info("A::B", "name=", std::string("\xE9-"));
+    std::locale::global(previous);
+    EXPECT_THAT(LogLines(), ElementsAre("3 name=*-(A::B)"));
+}
+
 TEST_F(LogTest, AZeroByteDoesNotCutTheLine)
 {
     Log::Info("A::B", "name=", std::string("a\0b", 3));
