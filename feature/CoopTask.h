@@ -13,7 +13,7 @@ inline constexpr std::uint32_t enable = 3;
 } // namespace CoopKind
 
 /// One request to move a headset's audio onto this computer's default endpoints or off them. Made by a producer, owned
-/// by the queue, erased when it is confirmed or given up.
+/// by the queue, erased when it is confirmed, when it fails or is given up, and at the handler's stop.
 struct CoopTask
 {
     std::string mac; // headset key

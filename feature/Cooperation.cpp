@@ -32,6 +32,24 @@ struct HeadsetAudioFeatureHandler::TakenCoopTask
     OwnedHandle doneEvent; // a handle of its own
 };
 
+/// What a release has done and has still to do: it signals the event at its end, whatever fails before.
+struct HeadsetAudioFeatureHandler::CoopRelease
+{
+    CoopRelease(bool erased, std::shared_ptr<const OwnedHandle> picked) : isErased(erased), event(std::move(picked)) {}
+    ~CoopRelease()
+    {
+        if (event)
+        {
+            SetEvent(event->Get());
+        }
+    }
+    CoopRelease(const CoopRelease&) = delete;
+    CoopRelease& operator=(const CoopRelease&) = delete;
+
+    bool isErased;
+    std::shared_ptr<const OwnedHandle> event; // of the pending cooperation; null when that is not the address's
+};
+
 void HeadsetAudioFeatureHandler::CooperateThreadFunc()
 {
     Log::Info(workerTag, "CooperateThreadFunc thread");
@@ -44,7 +62,7 @@ void HeadsetAudioFeatureHandler::CooperateThreadFunc()
         }
         catch (...)
         {
-            ClearPending(); // the task is still queued and is taken again
+            ClearPending(); // a task that was not released is taken again
             Sleep(settleMs);
         }
     }
@@ -74,10 +92,11 @@ HeadsetAudioFeatureHandler::TakenCoopTask HeadsetAudioFeatureHandler::TakeHeadLo
     {
         task.doneEvent = OwnedHandle::AutoResetEvent(); // it was taken before, and its event was closed then
     }
+    TakenCoopTask taken{task.mac, task.kind, task.doneEvent.Duplicate()};
     pendingMac = task.mac;
     pendingKind = task.kind;
-    pendingEvent = std::move(task.doneEvent);
-    return {pendingMac, pendingKind, pendingEvent.Duplicate()};
+    pendingEvent = task.doneEvent ? std::make_shared<const OwnedHandle>(std::move(task.doneEvent)) : nullptr;
+    return taken;
 }
 
 void HeadsetAudioFeatureHandler::CarryOut(const TakenCoopTask& task)
@@ -94,7 +113,8 @@ void HeadsetAudioFeatureHandler::CarryOut(const TakenCoopTask& task)
     ClearPending();
 }
 
-/// A switch that fails half-way, for want of memory or by the host's fault, is not confirmed and is given up in time.
+/// A switch that fails half-way, by the host's fault or when memory runs out, is given up in time, unless it was
+/// released before.
 void HeadsetAudioFeatureHandler::Switch(const TakenCoopTask& task) noexcept
 {
     try
@@ -113,7 +133,7 @@ void HeadsetAudioFeatureHandler::GiveUp(const TakenCoopTask& task, DWORD waitRes
     ReportAndRelease(task.mac, task.kind, FeatureState::notEnabled);
 }
 
-/// The task is released even when the host fails on the report: it is done with.
+/// The task is released even when the host fails on the report: it is not to be carried out again.
 void HeadsetAudioFeatureHandler::ReportAndRelease(const std::string& mac, std::uint32_t kind, std::int32_t state)
 {
     try
@@ -131,7 +151,7 @@ void HeadsetAudioFeatureHandler::ClearPending()
     const std::scoped_lock lock(coopMutex);
     pendingMac.clear();
     pendingKind = CoopKind::disable;
-    pendingEvent.Reset();
+    pendingEvent.reset();
 }
 
 void HeadsetAudioFeatureHandler::ReleaseCoopTask(const std::string& mac, std::uint32_t kind)
@@ -141,48 +161,31 @@ void HeadsetAudioFeatureHandler::ReleaseCoopTask(const std::string& mac, std::ui
         Log::Error(releaseTag, "mac error");
         return;
     }
+    const CoopRelease release = Release(mac, kind);
     const std::string display = AccessoryBaseSdk::GetLastTwoSerialNumber(mac);
-    if (EraseTask(mac, kind))
+    if (release.isErased)
     {
         Log::Info(releaseTag, "ui Release DownloadTask, Erase upgrades, packageName: ", display);
     }
-    SignalPending(mac, display);
+    if (release.event)
+    {
+        Log::Info(releaseTag, "ui SetEvent packageName: ", display);
+    }
 }
 
-bool HeadsetAudioFeatureHandler::EraseTask(const std::string& mac, std::uint32_t kind)
+/// Erases the task and picks the event under one hold of the lock, so that no task that is taken later is confirmed.
+HeadsetAudioFeatureHandler::CoopRelease HeadsetAudioFeatureHandler::Release(const std::string& mac, std::uint32_t kind)
 {
     const std::scoped_lock lock(coopMutex);
     const auto task = std::find_if(coopTaskQueue.begin(), coopTaskQueue.end(),
                                    [&](const CoopTask& queued) { return queued.mac == mac && queued.kind == kind; });
-    if (task == coopTaskQueue.end())
+    const bool isErased = task != coopTaskQueue.end();
+    if (isErased)
     {
-        return false;
+        coopTaskQueue.erase(task);
     }
-    coopTaskQueue.erase(task);
-    return true;
-}
-
-/// Signals the pending cooperation if it is for the address; its kind is not compared, which is intended.
-void HeadsetAudioFeatureHandler::SignalPending(const std::string& mac, const std::string& display)
-{
-    OwnedHandle pending;
-    {
-        const std::scoped_lock lock(coopMutex);
-        if (pendingMac != mac || !pendingEvent)
-        {
-            return;
-        }
-        pending = pendingEvent.Duplicate();
-        if (!pending) // then the field's own handle has to do, and only here can nobody close it
-        {
-            SetEvent(pendingEvent.Get());
-        }
-    }
-    Log::Info(releaseTag, "ui SetEvent packageName: ", display);
-    if (pending)
-    {
-        SetEvent(pending.Get());
-    }
+    // The pending cooperation's kind is not compared: intended, the released behaviour is kept.
+    return CoopRelease(isErased, pendingMac == mac ? pendingEvent : nullptr);
 }
 
 bool HeadsetAudioFeatureHandler::IsEnableQueuedLocked(const std::string& mac) const

@@ -203,16 +203,16 @@ void HeadsetAudioFeatureHandler::DropCooperations()
 {
     coopRunning = false;
     std::vector<CoopTask> dropped;
-    OwnedHandle ended;
+    std::shared_ptr<const OwnedHandle> ended;
     {
         const std::scoped_lock lock(coopMutex);
         pendingMac.clear();
         pendingKind = CoopKind::disable;
-        ended = std::move(pendingEvent);
+        ended.swap(pendingEvent);
         dropped.swap(coopTaskQueue);
     }
     if (ended)
     {
-        SetEvent(ended.Get()); // the worker may be waiting for it
+        SetEvent(ended->Get()); // the worker may be waiting for it
     }
 }

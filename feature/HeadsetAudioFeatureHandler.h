@@ -30,7 +30,7 @@
 /// - the IPC client's callback thread calls `OnRecv...`;
 /// - the platform's notification threads call `DeviceStateChanged`;
 /// - its cooperation worker, one detached thread, carries out the queued requests one at a time. It holds a strong
-///   reference: a worker that waits for work keeps the handler alive;
+///   reference, if there is any: a worker that waits for work keeps the handler alive;
 /// - its task loop's thread restores the speaker volume, shows the tip and reconnects;
 /// - the tips library's thread, or the task loop's inside `Show`, calls `TipHandleCallback`.
 /// IPC, tip and notification callbacks hold a weak reference and lock it while they run.
@@ -50,9 +50,9 @@ public:
     /// waits up to 3000 ms. Returns whether the service is working; all is set up even if it is not.
     bool Init();
 
-    /// Withdraws from host and service and stops the loop, waiting for the task that it is running; returns true. A step
-    /// that throws leaves the others to be made. The worker is not woken: it ends after the cooperation at hand, and one
-    /// without work stays blocked, on purpose.
+    /// Withdraws from host and service, stops the loop, waiting for the task that it is running, and drops all
+    /// cooperations; returns true. A step that throws leaves the others to be made. The worker ends after the cooperation
+    /// at hand, whose confirmation is not waited for; one without work is not woken and stays blocked, on purpose.
     bool UnInit();
 
     // Feature operations: FeatureOperations.cpp
@@ -162,6 +162,7 @@ public:
 
 private:
     struct TakenCoopTask;
+    struct CoopRelease;
     struct TipReply;
 
     void StartWorker();
@@ -184,8 +185,7 @@ private:
     void GiveUp(const TakenCoopTask& task, DWORD waitResult);
     void ReportAndRelease(const std::string& mac, std::uint32_t kind, std::int32_t state);
     void ClearPending();
-    bool EraseTask(const std::string& mac, std::uint32_t kind);
-    void SignalPending(const std::string& mac, const std::string& display);
+    CoopRelease Release(const std::string& mac, std::uint32_t kind);
     bool RetireWorker();
     void QueueTask(const std::string& mac, std::uint32_t kind);
     bool QueueEnableOnce(const std::string& mac);
@@ -213,8 +213,8 @@ private:
     std::uint64_t volumeTaskId = 0;           // guarded by volumeMutex; 0 when no task is pending
     float defaultSpeakerVolume = -1.0F;       // guarded by volumeMutex; -1 when none is saved
     std::recursive_mutex volumeMutex;         // also held while a device-change message is handled
-    std::mutex deviceChangeMutex;             // makes DeviceStateChanged run once at a time
-    std::mutex featureStateMutex;             // makes GetFeatureState run once at a time
+    std::mutex deviceChangeMutex;             // held by DeviceStateChanged from its begin to its end
+    std::mutex featureStateMutex;             // held by GetFeatureState once it has logged that it begins
     std::shared_ptr<VynCore::IpcProxy> ipcProxy HEADSET_GUARDED_BY(proxyMutex);
     OwnedHandle serverReadyEvent; // serverReady's alone
     std::atomic<bool> serverWorking = false;
@@ -228,7 +228,8 @@ private:
     std::vector<CoopTask> coopTaskQueue HEADSET_GUARDED_BY(coopMutex);
     std::string pendingMac HEADSET_GUARDED_BY(coopMutex);
     std::uint32_t pendingKind HEADSET_GUARDED_BY(coopMutex) = CoopKind::disable;
-    OwnedHandle pendingEvent HEADSET_GUARDED_BY(coopMutex); // of the cooperation being carried out, else none
+    // Of the cooperation being carried out, else null. Shared with a release that is about to signal it.
+    std::shared_ptr<const OwnedHandle> pendingEvent HEADSET_GUARDED_BY(coopMutex);
     Qva::TipsSdk::TipsBase* voiceChangeTip HEADSET_GUARDED_BY(tipMutex) = nullptr; // the tips library's; null for none
     std::string tipDeviceAddress HEADSET_GUARDED_BY(tipMutex); // headset key that the tip was made for
 

@@ -9,8 +9,10 @@ namespace test
 namespace
 {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 class ConnectStateUpdate : public FeatureHandlerTest
 {
@@ -142,6 +144,18 @@ TEST_F(ConnectStateUpdate, CooperatingHeadsetIsReportedAndNotQueued)
                                  "SetHandsFreeDefaultEndPoint -- macHandFree.devicePwszAllID is null: "),
                             "host OnFeatureStateChanged 11111822610015 9 3", Update("Device is Cooperate.")));
     EXPECT_THAT(Queued(), IsEmpty());
+}
+
+TEST_F(ConnectStateUpdate, CooperatingHeadsetIsNotLookedForInTheQueue)
+{
+    Know(Stereo(L"stereo"));
+    MakeDefault(L"stereo");
+    Queue(mac, 3);
+    Receive(5, mac);
+    const std::vector<std::string> all = All();
+    EXPECT_EQ(all.back(), Update("Device is Cooperate."));
+    EXPECT_THAT(all, Not(Contains(Line("IsTaskInQueue", "ui SetEvent packageName: **15 target:3"))));
+    EXPECT_THAT(Story({"host"}), ElementsAre("host OnFeatureStateChanged 11111822610015 9 3"));
 }
 
 TEST_F(ConnectStateUpdate, EndpointsAreLookedAtAfterThePause)

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <new>
 #include <thread>
 
 namespace test
@@ -63,6 +64,58 @@ TEST_F(CooperationQueue, ReleaseSignalsAlsoWhenNoFurtherHandleCanBeMade)
     const ImportPatch refused(nullptr, "KERNEL32.dll", "DuplicateHandle", &RefuseDuplicate);
     handler->ReleaseCoopTask(mac, 3);
     EXPECT_THAT(Log(), ElementsAre(Line("ReleaseCoopTask", "ui SetEvent packageName: **15")));
+    EXPECT_TRUE(IsPendingSignalled());
+}
+
+TEST_F(CooperationQueue, ReleaseSignalsTheCooperationThatWasPendingWhenItErased)
+{
+    Queue(mac, 3);
+    SetPending(mac, 3);
+    const OwnedHandle first = Field(PendingEvent{})->Duplicate();
+    sim::Timeline::Instance().SetListener(
+        [&](const sim::TimelineEntry& entry)
+        {
+            if (entry.what.starts_with("ui Release DownloadTask"))
+            {
+                SetPending(mac, 0); // the worker has given the first one up, and taken another
+            }
+        });
+    handler->ReleaseCoopTask(mac, 3);
+    sim::Timeline::Instance().SetListener({});
+    EXPECT_FALSE(IsPendingSignalled());
+    EXPECT_EQ(WaitForSingleObject(first.Get(), 0), WAIT_OBJECT_0);
+}
+
+TEST_F(CooperationQueue, ReleaseSignalsAfterItHasLogged)
+{
+    SetPending(mac, 3);
+    bool isSignalledTooEarly = false;
+    sim::Timeline::Instance().SetListener(
+        [&](const sim::TimelineEntry& entry)
+        {
+            if (entry.what.starts_with("ui SetEvent"))
+            {
+                isSignalledTooEarly = IsPendingSignalled();
+            }
+        });
+    handler->ReleaseCoopTask(mac, 3);
+    sim::Timeline::Instance().SetListener({});
+    EXPECT_FALSE(isSignalledTooEarly);
+    EXPECT_TRUE(IsPendingSignalled());
+}
+
+std::string FailToShorten(const std::string&)
+{
+    throw std::bad_alloc();
+}
+
+TEST_F(CooperationQueue, ReleaseThatCannotShortenTheAddressHasErasedAndSignals)
+{
+    Queue(mac, 3);
+    SetPending(mac, 3);
+    const ImportPatch patch(nullptr, "AccessoryBase.dll", shortening, &FailToShorten);
+    EXPECT_THROW(handler->ReleaseCoopTask(mac, 3), std::bad_alloc);
+    EXPECT_THAT(Queued(), IsEmpty());
     EXPECT_TRUE(IsPendingSignalled());
 }
 

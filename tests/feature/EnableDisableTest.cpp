@@ -12,8 +12,10 @@ namespace test
 namespace
 {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 class EnableDisable : public FeatureHandlerTest
 {
@@ -74,6 +76,17 @@ TEST_F(EnableDisable, EnableOfACooperatingHeadsetReportsAndQueuesNothing)
                             "host OnFeatureStateChanged 11111822610015 9 3",
                             Line("EnableFeature", "Device is Cooperate.")));
     EXPECT_THAT(Queued(), IsEmpty());
+}
+
+TEST_F(EnableDisable, CooperatingHeadsetIsNotLookedForInTheQueue)
+{
+    Know(Stereo(L"stereo"));
+    MakeDefault(L"stereo");
+    Queue(mac, 3);
+    EXPECT_EQ(handler->EnableFeature(Device(mac)), 0);
+    const std::vector<std::string> all = All();
+    EXPECT_EQ(all.back(), Line("EnableFeature", "Device is Cooperate."));
+    EXPECT_THAT(all, Not(Contains(Line("IsTaskInQueue", "ui SetEvent packageName: **15 target:3"))));
 }
 
 TEST_F(EnableDisable, SecondEnableIsNotQueued)

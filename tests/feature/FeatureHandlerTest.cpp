@@ -84,13 +84,13 @@ void FeatureHandlerTest::SetPending(const std::string& headset, std::uint32_t ki
     const std::scoped_lock lock(Field(CoopMutex{}));
     Field(PendingMac{}) = headset;
     Field(PendingKind{}) = kind;
-    Field(PendingEvent{}) = OwnedHandle::AutoResetEvent();
+    Field(PendingEvent{}) = std::make_shared<const OwnedHandle>(OwnedHandle::AutoResetEvent());
 }
 
 bool FeatureHandlerTest::IsPendingSignalled() const
 {
     const std::scoped_lock lock(Field(CoopMutex{}));
-    return WaitForSingleObject(Field(PendingEvent{}).Get(), 0) == WAIT_OBJECT_0;
+    return WaitForSingleObject(Field(PendingEvent{})->Get(), 0) == WAIT_OBJECT_0;
 }
 
 void FeatureHandlerTest::Queue(const std::string& headset, std::uint32_t kind) const

@@ -29,7 +29,9 @@ EXPOSE_PRIVATE(ServerReady, &HeadsetAudioFeatureHandler::serverReady);
 EXPOSE_PRIVATE(VolumeLoop, &HeadsetAudioFeatureHandler::volumeTaskLoop);
 EXPOSE_PRIVATE(VolumeTaskId, &HeadsetAudioFeatureHandler::volumeTaskId);
 EXPOSE_PRIVATE(VolumeMutex, &HeadsetAudioFeatureHandler::volumeMutex);
+EXPOSE_PRIVATE(DeviceChangeMutex, &HeadsetAudioFeatureHandler::deviceChangeMutex);
 EXPOSE_PRIVATE(FeatureStateMutex, &HeadsetAudioFeatureHandler::featureStateMutex);
+EXPOSE_PRIVATE(ProxyMutex, &HeadsetAudioFeatureHandler::proxyMutex);
 EXPOSE_PRIVATE(StartWorker, &HeadsetAudioFeatureHandler::StartWorker);
 EXPOSE_PRIVATE(StartTaskLoop, &HeadsetAudioFeatureHandler::StartTaskLoop);
 
@@ -40,6 +42,10 @@ using namespace std::chrono_literals;
 
 inline constexpr const char* mac = "11111822610015";      // 0A1B2C3D4E5F; **15 in the log
 inline constexpr const char* otherMac = "18838586676582"; // 112233445566; **82 in the log
+
+/// The host's function that makes the display form of a narrow text, as `AccessoryBase.dll` exports it.
+inline constexpr const char* shortening =
+    "_ZN16AccessoryBaseSdk22GetLastTwoSerialNumberERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
 
 /// A feature handler that is not started, with an endpoint list and a default set of the test's own.
 class FeatureHandlerTest : public testing::Test

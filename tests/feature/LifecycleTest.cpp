@@ -6,9 +6,13 @@
 #include <windows.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -113,7 +117,64 @@ TEST_F(LifecycleWithService, SecondInitReplacesTheProxyAndTheLoop)
     EXPECT_TRUE(handler->Init());
     EXPECT_NE(Field(VolumeLoop{}).get(), loop);
     EXPECT_TRUE(Field(VolumeLoop{})->IsRunning());
-    EXPECT_THAT(Story({"ipc"}), Contains("ipc ~IpcProxy 12144177"));
+    // The thread that answers the first start's announcement may have the last share in the first proxy.
+    EXPECT_TRUE(WaitFor("ipc", "~IpcProxy 12144177"));
+}
+
+/// The host's function that posts a text, preceded by what a test wants.
+using PostText = bool(VynCore::IpcProxy*, std::int32_t, std::int32_t, const std::string&);
+PostText* originalPost = nullptr;
+std::function<void()> beforePost;
+
+bool WatchedPost(VynCore::IpcProxy* proxy, std::int32_t messageId, std::int32_t moduleId, const std::string& text)
+{
+    beforePost();
+    return originalPost(proxy, messageId, moduleId, text);
+}
+
+/// An IPC thread that answers an announcement no sooner than the test lets it.
+class SlowAnswer : public LifecycleWithService
+{
+protected:
+    SlowAnswer()
+    {
+        originalPost = patch_.Original<PostText>();
+        beforePost = [this, self = GetCurrentThreadId()]
+        {
+            if (GetCurrentThreadId() != self)
+            {
+                isAnswering.set_value();
+                EXPECT_EQ(mayAnswer.get_future().wait_for(20s), std::future_status::ready);
+            }
+        };
+    }
+
+    std::promise<void> isAnswering;
+    std::promise<void> mayAnswer;
+
+private:
+    const ImportPatch patch_{nullptr, "VynDeviceSdk.dll",
+                             "_ZN7VynCore8IpcProxy7PostMsgEiiRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
+                             &WatchedPost};
+};
+
+TEST_F(SlowAnswer, DoesNotKeepInitFromReturning)
+{
+    EXPECT_TRUE(handler->Init());
+    EXPECT_EQ(isAnswering.get_future().wait_for(20s), std::future_status::ready);
+    mayAnswer.set_value();
+    EXPECT_TRUE(WaitFor("log3", Text("AmbrelServerInitSuccess", "AmbrelServerInitSuccess End")));
+}
+
+TEST_F(SlowAnswer, KeepsTheProxyThatASecondInitReplaces)
+{
+    EXPECT_TRUE(handler->Init());
+    EXPECT_EQ(isAnswering.get_future().wait_for(20s), std::future_status::ready);
+    ClearTimeline();
+    EXPECT_TRUE(handler->Init());
+    EXPECT_THAT(Story({"ipc"}), Not(Contains("ipc ~IpcProxy 12144177")));
+    mayAnswer.set_value();
+    EXPECT_TRUE(WaitFor("ipc", "~IpcProxy 12144177"));
 }
 
 TEST_F(LifecycleWithService, SecondInitKeepsTheOneWorker)
@@ -240,6 +301,60 @@ TEST_F(LifecycleWithService, WorkerThatWaitsForWorkKeepsTheHandler)
     const std::weak_ptr<VynCore::IProvider> weak = handler;
     handler.reset();
     EXPECT_FALSE(weak.expired());
+}
+
+TEST_F(LifecycleWithService, IpcCallbacksHoldTheHandlerWhileTheyRunAndNoLonger)
+{
+    ASSERT_TRUE(handler->Init());
+    ASSERT_TRUE(WaitFor("ipc", "delivered 12144177 10617832", 2)); // both registrations are answered
+    EXPECT_EQ(handler.use_count(), 2);                             // the test's share and the worker's
+    std::map<std::string, long> sharesAt;
+    sim::Timeline::Instance().SetListener([&](const sim::TimelineEntry& entry)
+                                          { sharesAt.emplace(entry.what, handler.use_count()); });
+    const sim::Headset headset{"id", mac, "", "", "", "", ""};
+    service->SendConnectState(10617840, 3, headset);
+    service->SendConnectState(10617844, 4, headset);
+    service->SendDeviceChange(1, "to", "from", mac);
+    service->Publish(10616832, 10617833);
+    ASSERT_TRUE(WaitFor("ipc", "delivered 12144177 10617833"));
+    sim::Timeline::Instance().SetListener({});
+    EXPECT_EQ(sharesAt[Text("OnRecvDeviceConnectStateUpdate", "evType=3")], 3);
+    EXPECT_EQ(sharesAt[Text("OnRecvDeviceConnectStateUpdate", "evType=4")], 3);
+    EXPECT_EQ(sharesAt[Text("OnRecvDeviceChange", "SwitchEvType=1")], 3);
+    EXPECT_EQ(sharesAt[Text("OnRecvServerStateChanged", "msg.messageId=10617833,serverWorking=1")], 3);
+    EXPECT_EQ(handler.use_count(), 2);
+}
+
+TEST_F(Lifecycle, ServiceThatWasWorkingCountsAsWorkingAfterUnInit)
+{
+    StartService();
+    waits.SetHook([&](DWORD length) { EXPECT_TRUE(length != 3000 || WaitFor("ipc", "delivered 12144177 10617832")); });
+    EXPECT_TRUE(handler->Init());
+    handler->UnInit();
+    service->SetSilent(true);
+    waits.SetHook({});
+    ClearTimeline();
+    EXPECT_TRUE(handler->Init());
+    EXPECT_THAT(All(), testing::IsSupersetOf({Line("Init", "HeadsetAudioFeatureHandler, serverWorking=1"),
+                                              Line("Init", "wait failed: 258")}));
+}
+
+void NoThread(void*, void (*)())
+{
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+}
+
+TEST_F(Lifecycle, StartAfterOneThatGotNoThreadMakesTheWorker)
+{
+    {
+        const ImportPatch patch(nullptr, "libstdc++-6.dll",
+                                "_ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE",
+                                &NoThread);
+        EXPECT_THROW(handler->Init(), std::system_error);
+    }
+    handler->Init();
+    handler->DisableFeature(Device(mac));
+    EXPECT_TRUE(WaitFor("test", "Wait 10000"));
 }
 
 TEST_F(Lifecycle, InitWithoutServiceKeepsWhatItHasSetUp)
@@ -418,6 +533,27 @@ TEST_F(Lifecycle, UnInitLetsTheTaskAtHandHaveTheVolumeMutex)
     EXPECT_TRUE(ended);
 }
 
+TEST_F(Lifecycle, UnInitDropsWhatTheTaskAtHandQueues)
+{
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    std::promise<void> started;
+    TaskLoop& loop = *Field(VolumeLoop{});
+    loop.PostTask(
+        [&]
+        {
+            started.set_value();
+            while (loop.IsRunning())
+            {
+                std::this_thread::yield();
+            }
+            handler->EnableFeature(Device(mac)); // as a reconnect does
+        });
+    AwaitTask(loop, started);
+    handler->UnInit();
+    EXPECT_THAT(Story({"log3"}), Contains(Line("EnableFeature", "EnableFeature -- Start1: ")));
+    EXPECT_THAT(Queued(), IsEmpty());
+}
+
 TEST_F(Lifecycle, RepeatedStartLetsTheTaskAtHandHaveTheVolumeMutex)
 {
     ((*handler).*MemberOf(StartTaskLoop{}))();
@@ -432,14 +568,25 @@ TEST_F(Lifecycle, RepeatedStartLetsTheTaskAtHandHaveTheVolumeMutex)
 
 TEST_F(Lifecycle, DestructorStopsTheLoopBeforeAnyFieldGoes)
 {
+    ConnectToService();
     ((*handler).*MemberOf(StartTaskLoop{}))();
     std::promise<void> started;
-    std::atomic<bool> ended = false;
+    std::optional<std::size_t> proxiesGone;
     TaskLoop& loop = *Field(VolumeLoop{});
-    loop.PostTask(TaskThatOutlivesItsStop(loop, Field(VolumeMutex{}), started, ended));
+    loop.PostTask(
+        [&]
+        {
+            started.set_value();
+            while (loop.IsRunning())
+            {
+                std::this_thread::yield();
+            }
+            proxiesGone = sim::Timeline::Instance().Count("ipc", "~IpcProxy 12144177");
+        });
     AwaitTask(loop, started);
     handler.reset();
-    EXPECT_TRUE(ended);
+    EXPECT_EQ(proxiesGone, 0U);
+    EXPECT_EQ(sim::Timeline::Instance().Count("ipc", "~IpcProxy 12144177"), 1U);
 }
 
 TEST_F(Lifecycle, HandlerThatWasNeverStartedGoesQuietly)
