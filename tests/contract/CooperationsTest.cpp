@@ -179,7 +179,8 @@ TEST_F(LateConfirmation, DoesNotEndTheWaitOfTheHeadsetsNextCooperation)
     EXPECT_TRUE(WaitForIdle());
 }
 
-std::function<void()> beforeEvent;
+std::function<void()> beforeEvent = [] {
+};
 
 HANDLE WINAPI CreateEventAfter(LPSECURITY_ATTRIBUTES security, BOOL manualReset, BOOL initialState, LPCWSTR name)
 {
