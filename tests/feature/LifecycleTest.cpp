@@ -505,30 +505,42 @@ TEST_F(LifecycleWithService, OperationsAfterUnInitDoNoHarm)
     EXPECT_EQ(handler->GetKeyword(), "3|9");
 }
 
-/// A task that needs the volume mutex and is running when its loop is stopped.
-std::function<void()> TaskThatOutlivesItsStop(TaskLoop& loop, std::recursive_mutex& mutex, std::promise<void>& started,
-                                              std::atomic<bool>& ended)
+/// A loop's task that is running when its loop is stopped, and does its work only then.
+class TaskThatOutlivesItsStop
 {
-    return [&]
+public:
+    TaskThatOutlivesItsStop(TaskLoop& loop, std::function<void()> work)
     {
-        started.set_value();
-        while (loop.IsRunning())
-        {
-            std::this_thread::yield();
-        }
-        const std::scoped_lock lock(mutex);
-        ended = true;
-    };
-}
+        loop.PostTask(
+            [this, &loop, work = std::move(work)]
+            {
+                started_.set_value();
+                while (loop.IsRunning())
+                {
+                    std::this_thread::yield();
+                }
+                work();
+            });
+        AwaitTask(loop, started_);
+    }
+
+    TaskThatOutlivesItsStop(const TaskThatOutlivesItsStop&) = delete;
+    TaskThatOutlivesItsStop& operator=(const TaskThatOutlivesItsStop&) = delete;
+
+private:
+    std::promise<void> started_;
+};
 
 TEST_F(Lifecycle, UnInitLetsTheTaskAtHandHaveTheVolumeMutex)
 {
     ((*handler).*MemberOf(StartTaskLoop{}))();
-    std::promise<void> started;
     std::atomic<bool> ended = false;
-    TaskLoop& loop = *Field(VolumeLoop{});
-    loop.PostTask(TaskThatOutlivesItsStop(loop, Field(VolumeMutex{}), started, ended));
-    AwaitTask(loop, started);
+    const TaskThatOutlivesItsStop task(*Field(VolumeLoop{}),
+                                       [&]
+                                       {
+                                           const std::scoped_lock lock(Field(VolumeMutex{}));
+                                           ended = true;
+                                       });
     handler->UnInit();
     EXPECT_TRUE(ended);
 }
@@ -536,19 +548,7 @@ TEST_F(Lifecycle, UnInitLetsTheTaskAtHandHaveTheVolumeMutex)
 TEST_F(Lifecycle, UnInitDropsWhatTheTaskAtHandQueues)
 {
     ((*handler).*MemberOf(StartTaskLoop{}))();
-    std::promise<void> started;
-    TaskLoop& loop = *Field(VolumeLoop{});
-    loop.PostTask(
-        [&]
-        {
-            started.set_value();
-            while (loop.IsRunning())
-            {
-                std::this_thread::yield();
-            }
-            handler->EnableFeature(Device(mac)); // as a reconnect does
-        });
-    AwaitTask(loop, started);
+    const TaskThatOutlivesItsStop reconnect(*Field(VolumeLoop{}), [&] { handler->EnableFeature(Device(mac)); });
     handler->UnInit();
     EXPECT_THAT(Story({"log3"}), Contains(Line("EnableFeature", "EnableFeature -- Start1: ")));
     EXPECT_THAT(Queued(), IsEmpty());
@@ -557,11 +557,13 @@ TEST_F(Lifecycle, UnInitDropsWhatTheTaskAtHandQueues)
 TEST_F(Lifecycle, RepeatedStartLetsTheTaskAtHandHaveTheVolumeMutex)
 {
     ((*handler).*MemberOf(StartTaskLoop{}))();
-    std::promise<void> started;
     std::atomic<bool> ended = false;
-    TaskLoop& loop = *Field(VolumeLoop{});
-    loop.PostTask(TaskThatOutlivesItsStop(loop, Field(VolumeMutex{}), started, ended));
-    AwaitTask(loop, started);
+    const TaskThatOutlivesItsStop task(*Field(VolumeLoop{}),
+                                       [&]
+                                       {
+                                           const std::scoped_lock lock(Field(VolumeMutex{}));
+                                           ended = true;
+                                       });
     ((*handler).*MemberOf(StartTaskLoop{}))();
     EXPECT_TRUE(ended);
 }
@@ -570,20 +572,9 @@ TEST_F(Lifecycle, DestructorStopsTheLoopBeforeAnyFieldGoes)
 {
     ConnectToService();
     ((*handler).*MemberOf(StartTaskLoop{}))();
-    std::promise<void> started;
     std::optional<std::size_t> proxiesGone;
-    TaskLoop& loop = *Field(VolumeLoop{});
-    loop.PostTask(
-        [&]
-        {
-            started.set_value();
-            while (loop.IsRunning())
-            {
-                std::this_thread::yield();
-            }
-            proxiesGone = sim::Timeline::Instance().Count("ipc", "~IpcProxy 12144177");
-        });
-    AwaitTask(loop, started);
+    const TaskThatOutlivesItsStop task(*Field(VolumeLoop{}), [&]
+                                       { proxiesGone = sim::Timeline::Instance().Count("ipc", "~IpcProxy 12144177"); });
     handler.reset();
     EXPECT_EQ(proxiesGone, 0U);
     EXPECT_EQ(sim::Timeline::Instance().Count("ipc", "~IpcProxy 12144177"), 1U);
