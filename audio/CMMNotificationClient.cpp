@@ -43,7 +43,7 @@ const char* NotifiedStateName(DWORD state)
     }
 }
 
-/// A refresh that fails leaves what was known before.
+/// A refresh that throws leaves what was known. One that the platform fails leaves the list, but empties the set: intended.
 void RefreshEndpoints() noexcept
 {
     ModuleEndpoints& endpoints = ModuleEndpoints::Instance();
@@ -98,14 +98,14 @@ void CMMNotificationClient::SetDeviceChangeCallback(const DeviceChangeCallback& 
     }
     DeviceChangeCallback replaced = callback; // after the swap it is destroyed without the mutex
     CMMNotificationClient& client = Instance();
-    const std::scoped_lock lock(client.callbackMutex_);
-    client.propertyChanged_.swap(replaced);
+    const std::scoped_lock lock(client.callbackMutex);
+    client.propertyChanged.swap(replaced);
 }
 
 CMMNotificationClient::DeviceChangeCallback CMMNotificationClient::Callback() const
 {
-    const std::scoped_lock lock(callbackMutex_);
-    return propertyChanged_;
+    const std::scoped_lock lock(callbackMutex);
+    return propertyChanged;
 }
 
 HRESULT CMMNotificationClient::QueryInterface(REFIID riid, void** object)
@@ -138,17 +138,17 @@ HRESULT CMMNotificationClient::QueryInterface(REFIID riid, void** object)
 
 ULONG CMMNotificationClient::AddRef()
 {
-    return ++references_;
+    return ++references;
 }
 
 ULONG CMMNotificationClient::Release()
 {
-    const ULONG references = --references_;
-    if (references == 0)
+    const ULONG left = --references;
+    if (left == 0)
     {
         delete this;
     }
-    return references;
+    return left;
 }
 
 HRESULT CMMNotificationClient::OnDeviceStateChanged(LPCWSTR deviceId, DWORD newState)
@@ -207,17 +207,20 @@ HRESULT CMMNotificationClient::OnDefaultDeviceChanged(EDataFlow, ERole role, LPC
         return S_FALSE;
     }
     RefreshEndpoints();
-    try
+    bool isCallbackMissing = false;
+    Attempt(
+        [&]
+        {
+            const DeviceChangeCallback callback = Callback();
+            isCallbackMissing = !callback;
+            if (callback)
+            {
+                callback(deviceId, {});
+            }
+        });
+    if (isCallbackMissing)
     {
-        Callback()(deviceId, {});
-    }
-    catch (const std::bad_function_call&)
-    {
-        throw; // there is no callback: intended
-    }
-    catch (...)
-    {
-        return S_OK; // as Attempt
+        throw std::bad_function_call(); // intended; what a callback throws stays in, of this kind too
     }
     return S_OK;
 }

@@ -44,8 +44,8 @@ public:
     HRESULT STDMETHODCALLTYPE OnDeviceAdded(LPCWSTR deviceId) override;
     HRESULT STDMETHODCALLTYPE OnDeviceRemoved(LPCWSTR deviceId) override;
 
-    /// Raises std::bad_function_call when there is no callback: the feature handler sets it before any notification
-    /// can be carried out.
+    /// Raises std::bad_function_call when there is no callback, and nothing else: the feature handler sets it before any
+    /// notification can be carried out.
     HRESULT STDMETHODCALLTYPE OnDefaultDeviceChanged(EDataFlow flow, ERole role, LPCWSTR deviceId) override;
     HRESULT STDMETHODCALLTYPE OnPropertyValueChanged(LPCWSTR deviceId, const PROPERTYKEY key) override;
 
@@ -53,7 +53,7 @@ private:
     DeviceChangeCallback Callback() const;
     void HandleStateChange(LPCWSTR deviceId, DWORD newState);
 
-    std::atomic<ULONG> references_ = 1;
-    DeviceChangeCallback propertyChanged_ HEADSET_GUARDED_BY(callbackMutex_);
-    mutable std::mutex callbackMutex_; // a leaf, held for copying only
+    std::atomic<ULONG> references = 1;
+    DeviceChangeCallback propertyChanged HEADSET_GUARDED_BY(callbackMutex);
+    mutable std::mutex callbackMutex; // a leaf, held for copying only
 };

@@ -6,9 +6,11 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace
 {
@@ -278,6 +280,40 @@ TEST_F(DeviceChangeTest, ADefaultChangeAnswersSuccessWhateverTheCallbackRaises)
     EXPECT_TRUE(test::IsEndpointLockFree());
 }
 
+TEST_F(DeviceChangeTest, OnlyAMissingCallbackRaisesTheStandardError)
+{
+    // What a callback calls may be missing, too.
+    CMMNotificationClient::SetDeviceChangeCallback([](const std::wstring&, const std::string&)
+                                                   { throw std::bad_function_call(); });
+    EXPECT_EQ(client.OnDefaultDeviceChanged(eRender, eMultimedia, speaker.c_str()), S_OK);
+    EXPECT_EQ(client.OnDeviceStateChanged(speaker.c_str(), DEVICE_STATE_ACTIVE), S_OK);
+}
+
+/// A callback that cannot be copied any more once memory has run out.
+struct UncopyableCallback
+{
+    std::shared_ptr<bool> hasMemory;
+
+    explicit UncopyableCallback(std::shared_ptr<bool> memory) : hasMemory(std::move(memory)) {}
+    UncopyableCallback(const UncopyableCallback& other) : hasMemory(other.hasMemory)
+    {
+        if (!*hasMemory)
+        {
+            throw std::bad_alloc();
+        }
+    }
+    void operator()(const std::wstring&, const std::string&) const {}
+};
+
+TEST_F(DeviceChangeTest, ACallbackThatCannotBeCopiedIsNoMissingOne)
+{
+    const auto hasMemory = std::make_shared<bool>(true);
+    CMMNotificationClient::SetDeviceChangeCallback(UncopyableCallback(hasMemory));
+    *hasMemory = false;
+    EXPECT_EQ(client.OnDefaultDeviceChanged(eRender, eMultimedia, speaker.c_str()), S_OK);
+    EXPECT_EQ(client.OnDeviceStateChanged(speaker.c_str(), DEVICE_STATE_ACTIVE), S_OK);
+}
+
 TEST_F(DeviceChangeTest, TheCallbackThatIsSetWhenTheRefreshIsDoneIsCalled)
 {
     CMMNotificationClient::SetDeviceChangeCallback([](const std::wstring&, const std::string&) { ADD_FAILURE(); });
@@ -333,6 +369,57 @@ TEST_F(DeviceChangeTest, TheCallbackIsCalledWhateverFailsInTheRefresh)
             EXPECT_THAT(Calls(), SizeIs(calls));
         });
 }
+
+/// A call of the refresh throws; the other refresh goes on, and the callback is called.
+class ThrowingRefreshTest : public DeviceChangeTest, public testing::WithParamInterface<bool>
+{
+protected:
+    ThrowingRefreshTest()
+    {
+        endpoints.Fill();
+        other = service.AddEndpoint({.label = "other"});
+        service.SetDefault("other");
+        SetRecordingCallback();
+        faults.Clear();
+    }
+
+    void Change()
+    {
+        if (GetParam())
+        {
+            EXPECT_EQ(client.OnDefaultDeviceChanged(eRender, eMultimedia, other.c_str()), S_OK);
+        }
+        else
+        {
+            EXPECT_EQ(client.OnDeviceStateChanged(other.c_str(), DEVICE_STATE_ACTIVE), S_OK);
+        }
+        EXPECT_THAT(Calls(), ElementsAre(Call{other, GetParam() ? "" : "ACTIVE"}));
+        EXPECT_TRUE(test::IsDefaultSetLockFree());
+        EXPECT_TRUE(test::IsEndpointLockFree());
+    }
+
+    std::wstring other;
+};
+
+TEST_P(ThrowingRefreshTest, OfTheSetLeavesItAndRefreshesTheList)
+{
+    faults.ThrowFrom("IMMDeviceEnumerator::GetDefaultAudioEndpoint", 2);
+    Change();
+    EXPECT_THAT(endpoints.defaultSet, ElementsAre(speaker));
+    EXPECT_THAT(endpoints.endpointList, SizeIs(2));
+}
+
+TEST_P(ThrowingRefreshTest, OfTheListLeavesItAndTheSetIsTheNewOne)
+{
+    faults.ThrowFrom("IMMDevice::GetState", 2);
+    Change();
+    EXPECT_THAT(endpoints.defaultSet, ElementsAre(other));
+    EXPECT_THAT(endpoints.endpointList, SizeIs(1));
+    EXPECT_EQ(endpoints.endpointList.count(speaker), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, ThrowingRefreshTest, testing::Bool(),
+                         [](const auto& instance) { return std::string(instance.param ? "OfDefault" : "OfState"); });
 
 class ChangeInApartmentTest : public DeviceChangeTest, public testing::WithParamInterface<ApartmentKind>
 {

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-EXPOSE_PRIVATE(ClientCallback, &CMMNotificationClient::propertyChanged_);
+EXPOSE_PRIVATE(ClientCallback, &CMMNotificationClient::propertyChanged);
 
 namespace test
 {

@@ -32,7 +32,7 @@ EXPOSE_PRIVATE(HandlerServerReady, &HeadsetAudioFeatureHandler::serverReady);
 EXPOSE_PRIVATE(ConnecterServerReady, &HeadsetConnector::serverReady);
 EXPOSE_PRIVATE(ConnecterProxyMutex, &HeadsetConnector::proxyMutex);
 EXPOSE_PRIVATE(ServerReadyMutex, &ServerReadyEvent::mutex_);
-EXPOSE_PRIVATE(CallbackMutex, &CMMNotificationClient::callbackMutex_);
+EXPOSE_PRIVATE(CallbackMutex, &CMMNotificationClient::callbackMutex);
 EXPOSE_PRIVATE(DevStatsMutex, &HeadsetConnector::devStatsMutex);
 EXPOSE_PRIVATE(StatesMutex, &HeadsetConnector::statesMutex);
 
