@@ -4,13 +4,16 @@
 
 #include <objbase.h>
 
-/// A thread's stay in a COM apartment: left when the object goes, and only if it was entered. Lives on the thread's
-/// stack.
+#include <utility>
+
+/// A thread's stay in a COM apartment: left when the object goes, and only if it was entered. Never leaves its thread; the
+/// one that it is moved to leaves the apartment in its place.
 class ComApartment
 {
 public:
     /// Not in an apartment yet.
     ComApartment() = default;
+    ComApartment(ComApartment&& other) noexcept : entered_(std::exchange(other.entered_, false)) {}
     ~ComApartment()
     {
         if (entered_)
@@ -18,8 +21,7 @@ public:
             CoUninitialize();
         }
     }
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
+    ComApartment& operator=(ComApartment&&) = delete;
 
     /// Each gives the result of the system's call. At most one of them is called, once.
     HRESULT EnterSingleThreaded() { return Note(CoInitialize(nullptr)); }

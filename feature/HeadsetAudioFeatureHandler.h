@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/ComPtr.h"
+#include "audio/ComPtrInApartment.h"
 #include "audio/EarEndpointInfo.h"
 #include "connector/ServerReadyEvent.h"
 #include "feature/CoopTask.h"
@@ -91,11 +91,11 @@ public:
     /// volume has been restored are dropped.
     void OnRecvDeviceChange(const TagIPCMessageItem& msg);
 
-    // Speaker volume: SpeakerVolume.cpp. Volumes are scalars from 0 to 1. The caller has entered an apartment and, but
-    // for the first two, holds volumeMutex.
+    // Speaker volume: SpeakerVolume.cpp. Volumes are scalars from 0 to 1. The first two work on a thread without COM too;
+    // for the other two the caller holds volumeMutex.
 
     /// The endpoint's volume; null when the platform does not give it.
-    static ComPtr<IAudioEndpointVolume> GetSpeakerAudioEndpointVolume(const wchar_t* speakerEndpointId);
+    static ComPtrInApartment<IAudioEndpointVolume> GetSpeakerAudioEndpointVolume(const wchar_t* speakerEndpointId);
 
     /// Whether the endpoint is the default one for playing in the console role.
     static bool IsDefaultChannel(const wchar_t* speakerEndpointId);
@@ -106,9 +106,9 @@ public:
                           const std::string& deviceMacAddr);
 
     /// Undoes the lowering and shows the tip, unless the user has changed the volume meanwhile or it cannot be read.
-    /// Whether it came to the tip.
+    /// Whether it came to the tip: not when the tip failed, which is logged.
     bool RestoreVolume(const wchar_t* speakerEndpointId, const std::wstring& devName, const std::wstring& toDevName,
-                       const std::string& deviceMacAddr);
+                       const std::string& deviceMacAddr) noexcept;
 
     // Tip that offers a reconnect: VoiceChangeTip.cpp
 
@@ -200,6 +200,8 @@ private:
                                   const std::wstring& toDevName, const std::string& deviceMacAddr);
     void RunRestoreTask(const TaskLoop* loop, const std::wstring& speakerEndpointId, const std::wstring& devName,
                         const std::wstring& toDevName, const std::string& deviceMacAddr) noexcept;
+    bool TryToShowVoiceChangeTip(const std::wstring& devName, const std::wstring& toDevName, bool volumeFlag,
+                                 const std::string& deviceMacAddr) noexcept;
     void StoreTipAddress(const std::string& deviceMacAddr);
     void StoreTip(Qva::TipsSdk::TipsBase* tip);
     TipReply ReplyTarget() const;

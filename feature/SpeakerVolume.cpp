@@ -12,6 +12,7 @@
 
 #include <cwchar>
 #include <mutex>
+#include <utility>
 
 namespace
 {
@@ -55,7 +56,8 @@ void PulseVolumeDownKey()
 
 } // namespace
 
-ComPtr<IAudioEndpointVolume> HeadsetAudioFeatureHandler::GetSpeakerAudioEndpointVolume(const wchar_t* speakerEndpointId)
+ComPtrInApartment<IAudioEndpointVolume>
+HeadsetAudioFeatureHandler::GetSpeakerAudioEndpointVolume(const wchar_t* speakerEndpointId)
 {
     try
     {
@@ -68,7 +70,7 @@ ComPtr<IAudioEndpointVolume> HeadsetAudioFeatureHandler::GetSpeakerAudioEndpoint
         {
             return {};
         }
-        return volume;
+        return {enumerator.TakeApartment(), std::move(volume)}; // which the volume needs after the enumerator
     }
     catch (...)
     {
@@ -103,7 +105,7 @@ bool HeadsetAudioFeatureHandler::SetSpeakerVolume(const wchar_t* speakerEndpoint
 {
     try
     {
-        const ComPtr<IAudioEndpointVolume> volume = GetSpeakerAudioEndpointVolume(speakerEndpointId);
+        const auto volume = GetSpeakerAudioEndpointVolume(speakerEndpointId);
         float level = 0.0F;
         if (!volume || FAILED(volume->GetMasterVolumeLevelScalar(&level)))
         {
@@ -150,44 +152,36 @@ void HeadsetAudioFeatureHandler::RunRestoreTask(const TaskLoop* loop, const std:
     {
         return; // a start has dropped this task while it waited; what is pending now is another's
     }
-    try
-    {
-        RestoreVolume(speakerEndpointId.c_str(), devName, toDevName, deviceMacAddr);
-    }
-    catch (...) // the host's fault, or no memory; switch messages must be dealt with again all the same
-    {
-    }
-    volumeTaskId = 0;
+    RestoreVolume(speakerEndpointId.c_str(), devName, toDevName, deviceMacAddr);
+    volumeTaskId = 0; // whatever came of it: switch messages must be dealt with again
 }
 
 bool HeadsetAudioFeatureHandler::RestoreVolume(const wchar_t* speakerEndpointId, const std::wstring& devName,
-                                               const std::wstring& toDevName, const std::string& deviceMacAddr)
+                                               const std::wstring& toDevName, const std::string& deviceMacAddr) noexcept
 {
     if (defaultSpeakerVolume < loweringThreshold) // a level of exactly that goes on: intended
     {
-        ShowVoiceChangeTip(devName, toDevName, false, deviceMacAddr);
-        return true;
+        return TryToShowVoiceChangeTip(devName, toDevName, false, deviceMacAddr);
     }
     if (IsDefaultChannel(speakerEndpointId))
     {
         PulseVolumeDownKey(); // and the saved level is not written back: intended
-        ShowVoiceChangeTip(devName, toDevName, true, deviceMacAddr);
-        return true;
+        return TryToShowVoiceChangeTip(devName, toDevName, true, deviceMacAddr);
     }
     try
     {
-        const ComPtr<IAudioEndpointVolume> volume = GetSpeakerAudioEndpointVolume(speakerEndpointId);
+        const auto volume = GetSpeakerAudioEndpointVolume(speakerEndpointId);
         if (!volume || !IsStillQuiet(*volume.Get()) || !IsWithin(defaultSpeakerVolume, lowestLevel, highestLevel))
         {
             return false; // intended: no tip for a user who has chosen another volume
         }
         volume->SetMasterVolumeLevelScalar(defaultSpeakerVolume, &noContext); // whatever its result is
         ShowVoiceChangeTip(devName, toDevName, false, deviceMacAddr);
+        return true;
     }
     catch (...)
     {
         Log::Error("HeadsetAudioFeatureHandler::RestoreVolume", "RestoreVolume exception");
-        ShowVoiceChangeTip(devName, toDevName, false, deviceMacAddr);
+        return TryToShowVoiceChangeTip(devName, toDevName, false, deviceMacAddr); // anew, if it was the tip: intended
     }
-    return true;
 }

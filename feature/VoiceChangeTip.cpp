@@ -100,31 +100,50 @@ void HeadsetAudioFeatureHandler::ShowVoiceChangeTip(const std::wstring& devName,
         return;
     }
     Log::Info(showTag, "Create Voice Change Tip Window");
-    StoreTipAddress(deviceMacAddr);
+    StoreTipAddress(
+        deviceMacAddr); // a late answer to an older tip goes by it as well: intended, no tip need come of it
     OrbTipsManager* const manager = OrbTipsManager::GetInstance();
     if (manager == nullptr)
     {
         Log::Info(showTag, "tipsManager is null,return");
         return;
     }
+    StoreTip(nullptr); // the older one has gone, and the library may give its place in memory to the next
     TipsBase* const tip = manager->CreateTips(this, voiceChange, tipsId);
     if (tip == nullptr)
     {
         Log::Info(showTag, "tip is null,return");
         return;
     }
-    StoreTip(tip);
     try
     {
         SetUpTip(*tip, devName, toDevName, volumeFlag);
+        StoreTip(tip); // not before: a late answer to an older tip must not close it while it is set up
         manager->Show(tip, nullptr);
     }
     catch (...)
     {
+        StoreTip(nullptr);
         manager->CloseTips(tip); // one that does not show would never close, and keep all later ones away
         throw;
     }
     Log::Info(showTag, "Create Voice Change Tip Window End"); // the tip may be gone by now
+}
+
+/// For the loop's thread, which nothing may escape. Whether the tip did not fail.
+bool HeadsetAudioFeatureHandler::TryToShowVoiceChangeTip(const std::wstring& devName, const std::wstring& toDevName,
+                                                         bool volumeFlag, const std::string& deviceMacAddr) noexcept
+{
+    try
+    {
+        ShowVoiceChangeTip(devName, toDevName, volumeFlag, deviceMacAddr);
+        return true;
+    }
+    catch (...) // the host's fault, or no memory
+    {
+        Log::Error(showTag, "ShowVoiceChangeTip exception");
+        return false;
+    }
 }
 
 void HeadsetAudioFeatureHandler::SetUpTip(TipsBase& tip, const std::wstring& devName, const std::wstring& toDevName,
@@ -195,6 +214,7 @@ void HeadsetAudioFeatureHandler::RunReconnectTask(const std::string& deviceMacAd
     }
     catch (...) // the host's fault, or no memory: the reconnect is given up
     {
+        Log::Error(reconnectTag, "try reconnect exception");
     }
 }
 

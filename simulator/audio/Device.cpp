@@ -9,10 +9,10 @@
 namespace sim
 {
 
-HRESULT Device::Activate(REFIID riid, DWORD, PROPVARIANT* parameters, void** object)
+HRESULT Device::Activate(REFIID riid, DWORD context, PROPVARIANT* parameters, void** object)
 {
     ClearOut(object);
-    return TellRead(Text("Activate"),
+    return TellRead(Text("Activate") + " " + std::to_string(context),
                     EnterCall("IMMDevice::Activate", [&] { return GiveVolume(riid, parameters, object); }));
 }
 

@@ -13,14 +13,15 @@
 namespace test
 {
 
-/// Tells the timeline, as "test", when the program enters and leaves apartments. At most one object at a time.
+/// Tells the timeline, as "test", when one module enters and leaves apartments. At most one object at a time.
 class ApartmentSpy
 {
 public:
-    ApartmentSpy()
-        : enter_(nullptr, "ole32.dll", "CoInitialize", &Enter),
-          enterEx_(nullptr, "ole32.dll", "CoInitializeEx", &EnterEx),
-          leave_(nullptr, "ole32.dll", "CoUninitialize", &Leave)
+    /// `module` is null for the program itself.
+    explicit ApartmentSpy(HMODULE module = nullptr)
+        : enter_(module, "ole32.dll", "CoInitialize", &Enter),
+          enterEx_(module, "ole32.dll", "CoInitializeEx", &EnterEx),
+          leave_(module, "ole32.dll", "CoUninitialize", &Leave)
     {
         Current() = this;
     }

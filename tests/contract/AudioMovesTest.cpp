@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <future>
 #include <map>
+#include <mutex>
 #include <string_view>
 
 namespace test
@@ -60,19 +62,23 @@ TEST_F(AudioMoves, VolumeIsRestoredASecondLaterAndTheTipAppears)
     MoveAndWaitForTip();
     EXPECT_EQ(Audio().Volume("speaker"), 0.875F);
     EXPECT_THAT(
-        Story({"log3", "log4", "audio", "tips", "keys", "test"}, ThreadOf("tips", "Show")),
-        ElementsAre(
-            "audio CoCreateInstance MMDeviceEnumerator -> 0x00000000", // for the default endpoint
-            "audio CoCreateInstance MMDeviceEnumerator -> 0x00000000", // for the volume
-            "audio Volume speaker 0.32 -> 0.875", "audio SetMasterVolumeLevelScalar speaker 0.875 -> 0x00000000",
-            "tips IsTipsExist", Line("ShowVoiceChangeTip", "Create Voice Change Tip Window"),
-            "tips CreateTips 9 100018", "tips SetPriority 1",
-            "tips SetTitleIcon \"C:\\Host\\PopWnd\\ambrel\\commonResources\\reconnect\\ic_bluetooth.png\"",
-            "tips SetTitleTxt \"Headset audio\"", Line("GetVoiceChangeTipContentTxt", "volumeFlag0"),
-            "tips SetContentTxt \"The audio of Headset has moved to Phone.\"", "tips SetFirstBtnNameTxt \"Got it\"",
-            "tips SetSecondBtnNameTxt \"Reconnect\"", "tips SetAutoClose 1", "tips SetAutoCloseToNotificationCenter 0",
-            "tips SetCloseDelay 5000", "tips SetReplyCallback set", "tips Show",
-            Line("ShowVoiceChangeTip", "Create Voice Change Tip Window End")));
+        Story({"log3", "log4", "audio", "tips", "strings", "keys", "test"}, ThreadOf("tips", "Show")),
+        ElementsAre("audio CoCreateInstance MMDeviceEnumerator -> 0x00000000", // for the default endpoint
+                    "audio CoCreateInstance MMDeviceEnumerator -> 0x00000000", // for the volume
+                    "audio Volume speaker 0.32 -> 0.875",
+                    "audio SetMasterVolumeLevelScalar speaker 0.875 -> 0x00000000", "tips IsTipsExist",
+                    Line("ShowVoiceChangeTip", "Create Voice Change Tip Window"), "tips CreateTips 9 100018",
+                    "tips SetPriority 1",
+                    "tips SetTitleIcon \"C:\\Host\\PopWnd\\ambrel\\commonResources\\reconnect\\ic_bluetooth.png\"",
+                    "strings UIStringLocale::GetString IDS_AMBREL_RECONNECT_TITLE_NAME",
+                    "tips SetTitleTxt \"Headset audio\"", Line("GetVoiceChangeTipContentTxt", "volumeFlag0"),
+                    "strings UICulture::GetString IDS_AMBREL_EARPHONE_CHANGE",
+                    "tips SetContentTxt \"The audio of Headset has moved to Phone.\"",
+                    "strings UIStringLocale::GetString IDS_NEARPAIR_KNOW", "tips SetFirstBtnNameTxt \"Got it\"",
+                    "strings UIStringLocale::GetString IDS_ACCESSORIES_RECONNECT",
+                    "tips SetSecondBtnNameTxt \"Reconnect\"", "tips SetAutoClose 1",
+                    "tips SetAutoCloseToNotificationCenter 0", "tips SetCloseDelay 5000", "tips SetReplyCallback set",
+                    "tips Show", Line("ShowVoiceChangeTip", "Create Voice Change Tip Window End")));
     ExpectOnlyTheRegistrationHeld();
 }
 
@@ -327,7 +333,11 @@ TEST_P(FailingDip, EndsTheMatterAndHoldsNothing)
     EXPECT_EQ(Audio().Volume("speaker"), 1.0F);
     EXPECT_THAT(Story({"log3"}), Not(Contains(Line("OnRecvDeviceChange", "SetSpeakerVolume Success"))));
     ExpectOnlyTheRegistrationHeld();
-    MoveAndWaitForTip(); // nothing is pending
+    Move(); // nothing is pending: it is dealt with at once
+    ASSERT_TRUE(WaitForMessages(2));
+    EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text("OnRecvDeviceChange", "SwitchEvType=1")), 2U);
+    EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text("OnRecvDeviceChange", "SetSpeakerVolume Success")), 1U);
+    ASSERT_TRUE(WaitFor("tips", "Show"));
 }
 
 INSTANTIATE_TEST_SUITE_P(EachCall, FailingDip,
@@ -352,7 +362,10 @@ TEST_P(ThrowingDip, IsLoggedAndHoldsNothing)
     ASSERT_TRUE(WaitForMessages(1));
     EXPECT_THAT(Story({"log4"}), ElementsAre(GetParam().line));
     ExpectOnlyTheRegistrationHeld();
-    MoveAndWaitForTip();
+    Move(); // nothing is pending
+    ASSERT_TRUE(WaitForMessages(2));
+    EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text("OnRecvDeviceChange", "SetSpeakerVolume Success")), 1U);
+    ASSERT_TRUE(WaitFor("tips", "Show"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -419,6 +432,112 @@ TEST_P(FailingRestore, ShowsNoTipAndHoldsNothing)
 INSTANTIATE_TEST_SUITE_P(EachCall, FailingRestore,
                          testing::Values("IMMDeviceEnumerator::GetDevice", "IMMDevice::Activate",
                                          "IAudioEndpointVolume::GetMasterVolumeLevelScalar"));
+
+// --- apartments ---
+
+/// COM refuses the apartment that the module asks for; where it enters one of its own all the same, notes whether a volume
+/// is still held when it is left.
+class RefusedApartments
+{
+public:
+    explicit RefusedApartments(HMODULE module)
+        : enter_(module, "ole32.dll", "CoInitialize", &Refuse), leave_(module, "ole32.dll", "CoUninitialize", &Leave)
+    {
+        heldVolumes.clear();
+        original = leave_.Original<void STDAPICALLTYPE()>();
+    }
+
+    static std::vector<std::size_t> HeldVolumes()
+    {
+        const std::scoped_lock lock(mutex);
+        return heldVolumes;
+    }
+
+private:
+    static HRESULT STDAPICALLTYPE Refuse(void*) { return E_OUTOFMEMORY; }
+    static void STDAPICALLTYPE Leave()
+    {
+        const auto live = sim::AudioService::Instance().LiveObjects();
+        const auto volumes = live.find("AudioEndpointVolume");
+        {
+            const std::scoped_lock lock(mutex);
+            heldVolumes.push_back(volumes == live.end() ? 0 : volumes->second);
+        }
+        original();
+    }
+
+    inline static std::mutex mutex;
+    inline static std::vector<std::size_t> heldVolumes; // guarded by mutex
+    inline static void(STDAPICALLTYPE* original)() = nullptr;
+
+    ImportPatch enter_;
+    ImportPatch leave_;
+};
+
+TEST_F(AudioMoves, WithoutAnApartmentTheVolumeIsReleasedBeforeTheModuleLeavesItsOwn)
+{
+    const RefusedApartments refused(module.Handle());
+    Audio().SetVolume("speaker", 0.875F);
+    ClearTimeline();
+    MoveAndWaitForTip();
+    EXPECT_THAT(VolumeChanges(), ElementsAre("audio SetMasterVolumeLevelScalar speaker 0.32 -> 0x00000000",
+                                             "audio SetMasterVolumeLevelScalar speaker 0.875 -> 0x00000000"));
+    // For the dip, for the look at the default, and for the restore.
+    EXPECT_THAT(RefusedApartments::HeldVolumes(), ElementsAre(0U, 0U, 0U));
+}
+
+/// Holds one thread of the module where it enters an apartment.
+class HeldAtTheApartment
+{
+public:
+    HeldAtTheApartment(HMODULE module, std::uint32_t thread) : enter_(module, "ole32.dll", "CoInitialize", &Enter)
+    {
+        heldThread = thread;
+        original = enter_.Original<HRESULT STDAPICALLTYPE(void*)>();
+    }
+    bool WaitUntilHeld() { return isHeld.get_future().wait_for(longWait) == std::future_status::ready; }
+    void LetGo() { mayGoOn.set_value(); }
+
+private:
+    static HRESULT STDAPICALLTYPE Enter(void* reserved)
+    {
+        if (GetCurrentThreadId() == heldThread)
+        {
+            isHeld.set_value();
+            mayGoOn.get_future().wait();
+        }
+        return original(reserved);
+    }
+
+    inline static std::uint32_t heldThread = 0;
+    inline static std::promise<void> isHeld;
+    inline static std::promise<void> mayGoOn;
+    inline static HRESULT(STDAPICALLTYPE* original)(void*) = nullptr;
+
+    ImportPatch enter_;
+};
+
+TEST_F(AudioMoves, ARestoreThatANewStartOvertakesIsDropped)
+{
+    Audio().SetVolume("speaker", 0.2F);
+    MoveAndWaitForTip();
+    const std::uint32_t loopThread = ThreadOf("tips", "Show");
+    HeldAtTheApartment restore(module.Handle(), loopThread);
+    Move();
+    ASSERT_TRUE(restore.WaitUntilHeld());
+    ClearTimeline();
+    auto start = std::async(std::launch::async, [this] { InitAgain(); }); // waits for the task that is held
+    WaitForRestoresEnd();                                                 // the next loop has taken over
+    const std::size_t delivered = sim::Timeline::Instance().Count("ipc", "delivered 12144177 10617848");
+    Move();
+    EXPECT_TRUE(WaitForMessages(delivered + 1));
+    restore.LetGo();
+    start.get();
+    ASSERT_TRUE(WaitFor("tips", "IsTipsExist")); // of the next loop's restore
+    WaitForRestoresEnd();
+    EXPECT_THAT(Story({"log3", "log4", "audio", "tips", "keys"}, loopThread), IsEmpty());
+    EXPECT_EQ(sim::Timeline::Instance().Count("tips", "IsTipsExist"), 1U);
+}
 
 TEST_F(AudioMoves, ANewStartDropsThePendingRestore)
 {

@@ -1,9 +1,11 @@
 // The reconnect that the tip's second button asks for.
+#include "tests/audio/ApartmentSpy.h"
 #include "tests/contract/AudioMovesTest.h"
 
 #include <atomic>
 #include <cstdint>
 #include <future>
+#include <stdexcept>
 
 namespace test
 {
@@ -183,6 +185,74 @@ TEST_F(Reconnect, RunsOnTheLoop)
     ASSERT_TRUE(WaitForLine("try reconnect End "));
     EXPECT_EQ(ThreadOf("log3", Text(operation, "try reconnect Start ")), loopThread);
     EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, end));
+}
+
+TEST_F(Reconnect, LeavesItsApartmentWhenItHasSucceeded)
+{
+    Audio().SetDefault("headset stereo");
+    ASSERT_TRUE(WaitForIdle());
+    ClearTimeline();
+    const ApartmentSpy apartments(module.Handle());
+    AskForReconnect(3);
+    const auto isLeave = [this](const sim::TimelineEntry& entry)
+    {
+        return entry.threadId == loopThread && entry.what == "CoUninitialize";
+    };
+    ASSERT_TRUE(WaitForLine("try reconnect End "));
+    EXPECT_TRUE(sim::Timeline::Instance().WaitForCount(isLeave, 1, longWait));
+    std::vector<std::string> story = Story({"log3", "test"}, loopThread);
+    std::erase_if(story, [](const std::string& entry)
+                  { return !entry.starts_with("test Co") && entry.find("<lambda_") == entry.npos; });
+    EXPECT_THAT(story, ElementsAre("test CoInitialize", start, end, "test CoUninitialize"));
+}
+
+TEST_F(Reconnect, ThatFailsLeavesALine)
+{
+    Audio().SetDefault("headset stereo");
+    ASSERT_TRUE(WaitForIdle());
+    ClearTimeline();
+    Host().SetFeatureStateHook([](const auto&, const auto&) { throw std::runtime_error("host"); });
+    AskForReconnect(3);
+    ASSERT_TRUE(WaitFor("log4", Text(operation, "try reconnect exception")));
+    Host().SetFeatureStateHook(nullptr);
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, Line(operation, "try reconnect exception", "log4")));
+    ClearTimeline();
+    MoveAndWaitForTip(); // by the same loop
+}
+
+TEST_F(Reconnect, IsForTheHeadsetWhoseTipWasClickedThoughAnotherMovesMeanwhile)
+{
+    // A tip that stays until it is clicked.
+    sim::TipsControl::Reset();
+    sim::FaultPlan::Instance().FailCall("TipsBase::SetAutoClose", 0, 1);
+    MoveAndWaitForTip();
+    // The next restore, of another headset, comes to its key pulse before the click and goes on after it.
+    Audio().SetVolume("speaker", 0.5F);
+    ClearTimeline();
+    std::promise<void> isHeld;
+    std::promise<void> mayGoOn;
+    waits->SetHook(
+        [&, allowed = mayGoOn.get_future().share()](DWORD length)
+        {
+            if (length == 100 && GetCurrentThreadId() == loopThread)
+            {
+                isHeld.set_value();
+                allowed.wait();
+            }
+        });
+    Move("Other", "Tablet", otherMac);
+    EXPECT_EQ(isHeld.get_future().wait_for(longWait), std::future_status::ready);
+    const std::uint64_t answer = sim::TipsControl::Answer({9, L"secondBtn"});
+    EXPECT_TRUE(sim::TipsControl::WaitForAnswer(answer, longWait));
+    mayGoOn.set_value();
+    ASSERT_TRUE(WaitFor("tips", "Show"));
+    waits->SetHook({});
+    const auto commandFor = [](const char* key)
+    {
+        return std::string("PostMsg 12144177 10617849 10616832 {\"3\",\"1\",\"2\",\"") + key + "\"}";
+    };
+    EXPECT_TRUE(WaitFor("ipc", commandFor(mac)));
+    EXPECT_EQ(sim::Timeline::Instance().Count("ipc", commandFor(otherMac)), 0U);
 }
 
 TEST_F(Reconnect, EndOfThePluginWaitsForIt)

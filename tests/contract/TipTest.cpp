@@ -1,6 +1,10 @@
 // The tip that offers a reconnect: a tips library that misbehaves, and replies at every moment.
 #include "tests/contract/AudioMovesTest.h"
+#include "tests/support/ImportPatch.h"
 
+#include "tips/OrbTipsManager.h"
+
+#include <functional>
 #include <future>
 
 namespace test
@@ -198,6 +202,181 @@ TEST_F(Tip, TwoClicksCloseItOnce)
     EXPECT_EQ(sim::Timeline::Instance().Count("tips", "CloseTips of no tip"), 1U);
 }
 
+// --- a late click on an older tip, while the next one is made and set up ---
+
+/// Lets something happen whenever the module makes a tip, and when it sets it up; notes which tips the module closes.
+class TipsUnderWatch
+{
+public:
+    explicit TipsUnderWatch(HMODULE module)
+        : create_(module, "QvaTips.dll", "_ZN3Qva7TipsSdk14OrbTipsManager10CreateTipsEPvNS0_11EnmTipsTypeEi", &Create),
+          close_(module, "QvaTips.dll", "_ZN3Qva7TipsSdk14OrbTipsManager9CloseTipsEPNS0_8TipsBaseE", &Close),
+          path_(module, "UiStrings.dll", "_ZN16CoheronUtilClass16GetPopWndResPathB5cxx11Ev", &Path)
+    {
+        current = this;
+    }
+    ~TipsUnderWatch() { current = nullptr; }
+    TipsUnderWatch(const TipsUnderWatch&) = delete;
+    TipsUnderWatch& operator=(const TipsUnderWatch&) = delete;
+
+    std::function<void()> whenMade = [] {
+    };
+    std::function<void()> whenSetUp = [] {
+    };
+    std::vector<Qva::TipsSdk::TipsBase*> closed; // what the module named to be closed
+
+private:
+    using Manager = Qva::TipsSdk::OrbTipsManager;
+    using Base = Qva::TipsSdk::TipsBase;
+    using Type = Qva::TipsSdk::EnmTipsType;
+
+    static Base* Create(Manager* manager, void* owner, Type type, int id)
+    {
+        current->whenMade();
+        return current->create_.Original<Base*(Manager*, void*, Type, int)>()(manager, owner, type, id);
+    }
+    static bool Close(Manager* manager, Base* tip)
+    {
+        current->closed.push_back(tip);
+        return current->close_.Original<bool(Manager*, Base*)>()(manager, tip);
+    }
+    static std::wstring Path()
+    {
+        current->whenSetUp();
+        return L"C:\\Host\\PopWnd\\";
+    }
+
+    inline static TipsUnderWatch* current = nullptr;
+
+    ImportPatch create_;
+    ImportPatch close_;
+    ImportPatch path_;
+};
+
+class LateClick : public Tip
+{
+protected:
+    /// A tip has been clicked away; its callback is kept.
+    void SetUp() override
+    {
+        Tip::SetUp();
+        sim::TipsControl::SetKeepsCallbacks(true);
+        MoveAndWaitForTip();
+        Answer(9, L"firstBtn");
+        tips.closed.clear();
+        ClearTimeline();
+    }
+
+    static void ClickLate(const std::wstring& button)
+    {
+        const std::uint64_t late = sim::TipsControl::AnswerLate({9, button});
+        ASSERT_NE(late, 0U);
+        ASSERT_TRUE(sim::TipsControl::WaitForAnswer(late, longWait));
+    }
+
+    TipsUnderWatch tips{module.Handle()};
+};
+
+TEST_F(LateClick, LeavesTheTipThatIsBeingSetUp)
+{
+    tips.whenSetUp = []
+    {
+        ClickLate(L"firstBtn");
+    };
+    MoveAndWaitForTip();
+    EXPECT_EQ(sim::TipsControl::Tips(), 1U);
+    EXPECT_EQ(sim::Timeline::Instance().Count("tips", "CloseTips"), 0U);
+    EXPECT_TRUE(sim::TipsControl::Showing().has_value());
+}
+
+TEST_F(LateClick, NamesNoTipAnyMore)
+{
+    // The library may give a tip the place in memory that the one before had.
+    tips.whenMade = []
+    {
+        ClickLate(L"firstBtn");
+    };
+    MoveAndWaitForTip();
+    EXPECT_THAT(tips.closed, ElementsAre(nullptr));
+}
+
+TEST_F(LateClick, ReconnectsTheHeadsetThatMovedLast)
+{
+    tips.whenSetUp = []
+    {
+        ClickLate(L"secondBtn");
+    };
+    Move("Other", "Tablet", otherMac);
+    // The loop, which shows the tip, looks again before it sleeps.
+    ASSERT_TRUE(WaitFor("ipc", "PostMsg 12144177 10617849 10616832 {\"3\",\"1\",\"2\",\"18838586676582\"}"));
+    EXPECT_EQ(sim::TipsControl::Tips(), 1U);
+}
+
+TEST_F(LateClick, ASetUpThatFailsClosesTheTipThatItWasFor)
+{
+    tips.whenSetUp = []
+    {
+        ClickLate(L"firstBtn");
+    };
+    sim::FaultPlan::Instance().ThrowFrom("TipsBase::SetTitleTxt", 0);
+    Audio().SetVolume("speaker", 0.2F);
+    Move();
+    ASSERT_TRUE(WaitFor("log4", Text("ShowVoiceChangeTip", "ShowVoiceChangeTip exception")));
+    WaitForRestoresEnd();
+    EXPECT_EQ(sim::TipsControl::Tips(), 0U);
+    ASSERT_EQ(tips.closed.size(), 2U);
+    EXPECT_EQ(tips.closed[0], nullptr);
+    EXPECT_NE(tips.closed[1], nullptr);
+    sim::FaultPlan::Instance().Clear();
+    tips.whenSetUp = [] {
+    };
+    MoveAndWaitForTip();
+}
+
+// --- a tips library that throws ---
+
+const std::string tipException = "log4 ShowVoiceChangeTip exception(HeadsetAudioFeatureHandler::ShowVoiceChangeTip)";
+
+TEST_F(Tip, ThatFailsAgainIsGivenUpWithALine)
+{
+    sim::FaultPlan::Instance().ThrowFrom("OrbTipsManager::Show", 0);
+    Move();
+    ASSERT_TRUE(WaitFor("log4", Text("ShowVoiceChangeTip", "ShowVoiceChangeTip exception")));
+    WaitForRestoresEnd();
+    EXPECT_THAT(Story({"log4"}),
+                ElementsAre("log4 RestoreVolume exception(HeadsetAudioFeatureHandler::RestoreVolume)", tipException));
+    EXPECT_EQ(sim::TipsControl::Tips(), 0U);
+    EXPECT_EQ(Audio().Volume("speaker"), 1.0F);
+    sim::FaultPlan::Instance().Clear();
+    MoveAndWaitForTip();
+}
+
+TEST_F(Tip, ThatFailsWhereNothingIsRestoredIsGivenUpWithALine)
+{
+    sim::FaultPlan::Instance().ThrowFrom("OrbTipsManager::CreateTips", 0);
+    Audio().SetVolume("speaker", 0.2F);
+    Move();
+    ASSERT_TRUE(WaitFor("log4", Text("ShowVoiceChangeTip", "ShowVoiceChangeTip exception")));
+    WaitForRestoresEnd();
+    Audio().SetDefault("speaker");
+    Audio().SetVolume("speaker", 0.5F);
+    ASSERT_TRUE(WaitForIdle());
+    Move(); // and now with a key pulse
+    ASSERT_TRUE(WaitFor("log4", Text("ShowVoiceChangeTip", "ShowVoiceChangeTip exception"), 2));
+    WaitForRestoresEnd();
+    EXPECT_THAT(Story({"log4"}), ElementsAre(tipException, tipException));
+    sim::FaultPlan::Instance().Clear();
+    MoveAndWaitForTip();
+}
+
+TEST_F(Tip, ThatCannotBeClosedDoesNotKeepFromReconnecting)
+{
+    MoveAndWaitForTip();
+    sim::FaultPlan::Instance().FailCall("OrbTipsManager::CloseTips", 1, 1);
+    Answer(9, L"secondBtn");
+    WaitForReconnect();
+}
+
 TEST_F(Tip, AClickAfterTheEndReconnectsNothing)
 {
     sim::TipsControl::SetKeepsCallbacks(true);
@@ -212,7 +391,11 @@ TEST_F(Tip, AClickAfterTheEndReconnectsNothing)
                             "tips reply 9 \"secondBtn\" returned"));
 }
 
-TEST_F(Tip, ReplyDoesNotWaitForAMessage)
+class TipReplyDuringARestore : public Tip, public testing::WithParamInterface<const wchar_t*>
+{
+};
+
+TEST_P(TipReplyDuringARestore, DoesNotWaitForIt)
 {
     MoveAndWaitForTip();
     Audio().SetDefault("speaker");
@@ -233,12 +416,15 @@ TEST_F(Tip, ReplyDoesNotWaitForAMessage)
         });
     Move();
     EXPECT_EQ(isHeld.get_future().wait_for(longWait), std::future_status::ready);
-    Answer(9, L"firstBtn");
+    Answer(9, GetParam());
     EXPECT_THAT(Story({"tips"}), Contains("tips CloseTips"));
     mayGoOn.set_value();
     ASSERT_TRUE(WaitFor("tips", "Show"));
     waits->SetHook({});
 }
+
+// The second one's reconnect is posted to the loop meanwhile.
+INSTANTIATE_TEST_SUITE_P(Buttons, TipReplyDuringARestore, testing::Values(L"firstBtn", L"secondBtn"));
 
 } // namespace
 

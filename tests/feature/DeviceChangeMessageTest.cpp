@@ -4,6 +4,7 @@
 #include "simulator/host/wire/Package.h"
 #include "simulator/keys/VolumeKeys.h"
 #include "tests/audio/ApartmentSpy.h"
+#include "tests/support/LockSpy.h"
 #include "tests/support/Watchdog.h"
 
 #include "tips/OrbTipsManager.h"
@@ -92,6 +93,7 @@ protected:
 
 TEST_F(DeviceChangeMessage, WithoutDataIsRefused)
 {
+    const ApartmentSpy spy; // no apartment is entered
     TagIPCMessageItem message{};
     char data[] = "data";
     message.dataLength = 4;
@@ -118,6 +120,21 @@ TEST_F(DeviceChangeMessage, IsReadLoggedAndActedUpon)
     EXPECT_EQ(std::bit_cast<std::uint32_t>(Service().Volume("speaker")), 0x3EA3D70BU);
 }
 
+TEST_F(DeviceChangeMessage, HoldsTheMessageLockToItsEnd)
+{
+    {
+        const ApartmentSpy apartments;
+        const LockSpy locks(nullptr, {{LockSpy::AddressOf(Field(VolumeMutex{})), "for messages"}});
+        ReceiveSwitch();
+    }
+    EXPECT_THAT(Story({"log3", "audio", "test"}),
+                ElementsAre("test locks for messages", Message("SwitchEvType=2"), Message("strToDevName=Phone"),
+                            Message("strDevName=Headset"), "test CoInitialize",
+                            "audio CoCreateInstance MMDeviceEnumerator -> 0x00000000", "audio Volume speaker 1 -> 0.32",
+                            "audio SetMasterVolumeLevelScalar speaker 0.32 -> 0x00000000",
+                            Message("SetSpeakerVolume Success"), "test CoUninitialize", "test unlocks for messages"));
+}
+
 TEST_F(DeviceChangeMessage, AnApartmentThatIsNotEnteredIsNotLeft)
 {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
@@ -131,6 +148,7 @@ TEST_F(DeviceChangeMessage, AnApartmentThatIsNotEnteredIsNotLeft)
 
 TEST_F(DeviceChangeMessage, WithoutAddressItIsOnlyLogged)
 {
+    const ApartmentSpy spy; // no apartment is entered
     ReceiveSwitch("");
     EXPECT_THAT(All(),
                 ElementsAre(Message("SwitchEvType=2"), Message("strToDevName=Phone"), Message("strDevName=Headset")));
@@ -152,6 +170,7 @@ TEST_F(DeviceChangeMessage, GarbageIsNothing)
 
 TEST_F(DeviceChangeMessage, WithoutASpeakerItIsOnlyLogged)
 {
+    const ApartmentSpy spy; // no apartment is entered
     ModuleEndpoints::Instance().endpointList.clear();
     Know(Stereo(L"stereo"));
     ReceiveSwitch();
@@ -284,6 +303,8 @@ TEST_F(RestoreTask, PutsThingsRightWhenTheTipThrows)
     ASSERT_TRUE(WaitForLoop("test", "CoUninitialize", 2));
     const std::scoped_lock lock(Field(VolumeMutex{}));
     EXPECT_EQ(Field(VolumeTaskId{}), 0U);
+    EXPECT_THAT(Story({"log4"}),
+                ElementsAre("log4 ShowVoiceChangeTip exception(HeadsetAudioFeatureHandler::ShowVoiceChangeTip)"));
 }
 
 TEST_F(RestoreTask, LetsTheNextMessageThrough)

@@ -4,6 +4,8 @@
 #include "audio/ComApartment.h"
 #include "simulator/host/strings/StringsControl.h"
 #include "simulator/keys/VolumeKeys.h"
+#include "tests/audio/ApartmentThread.h"
+#include "tests/audio/ComCreations.h"
 
 #include <windows.h>
 
@@ -101,7 +103,7 @@ TEST_F(EndpointVolumeOf, GivesOneReferenceOfThatEndpointsVolume)
 {
     Service().SetVolume("speaker", 0.75F);
     {
-        const ComPtr<IAudioEndpointVolume> volume = handler->GetSpeakerAudioEndpointVolume(speaker.c_str());
+        const auto volume = handler->GetSpeakerAudioEndpointVolume(speaker.c_str());
         ASSERT_TRUE(volume);
         float level = 0;
         EXPECT_EQ(volume->GetMasterVolumeLevelScalar(&level), S_OK);
@@ -110,6 +112,66 @@ TEST_F(EndpointVolumeOf, GivesOneReferenceOfThatEndpointsVolume)
         EXPECT_EQ(Service().LiveReferences(), one);
     }
     ExpectNothingHeld();
+}
+
+class VolumeInApartment : public SpeakerVolume, public testing::WithParamInterface<ApartmentKind>
+{
+};
+
+TEST_P(VolumeInApartment, KeepsTheThreadInOneForAsLongAsItLives)
+{
+    RunIn(GetParam(),
+          [this]
+          {
+              const auto volume = HeadsetAudioFeatureHandler::GetSpeakerAudioEndpointVolume(speaker.c_str());
+              ASSERT_TRUE(volume);
+              EXPECT_EQ(CurrentApartment(),
+                        GetParam() == ApartmentKind::None ? ApartmentKind::Multithreaded : GetParam());
+              EXPECT_EQ(volume->SetMasterVolumeLevelScalar(0.5F, nullptr), S_OK);
+          });
+    EXPECT_EQ(Service().Volume("speaker"), 0.5F);
+    ExpectNothingHeld();
+}
+
+TEST_P(VolumeInApartment, LeavesTheThreadAsItWasWhenThereIsNone)
+{
+    sim::FaultPlan::Instance().FailCall("IMMDevice::Activate", 1, failure);
+    sim::FaultPlan::Instance().ThrowFrom("IMMDevice::Activate", 2);
+    RunIn(GetParam(),
+          [this]
+          {
+              EXPECT_FALSE(HeadsetAudioFeatureHandler::GetSpeakerAudioEndpointVolume(speaker.c_str()));
+              EXPECT_FALSE(HeadsetAudioFeatureHandler::GetSpeakerAudioEndpointVolume(speaker.c_str()));
+              EXPECT_FALSE(HeadsetAudioFeatureHandler::IsDefaultChannel(speaker.c_str()));
+          });
+    ExpectNothingHeld();
+}
+
+INSTANTIATE_TEST_SUITE_P(Threads, VolumeInApartment,
+                         testing::Values(ApartmentKind::None, ApartmentKind::SingleThreaded,
+                                         ApartmentKind::Multithreaded),
+                         ApartmentName());
+
+TEST_F(EndpointVolumeOf, IsActivatedInEveryContext)
+{
+    Service().SetVerbose(true);
+    EXPECT_TRUE(handler->GetSpeakerAudioEndpointVolume(speaker.c_str()));
+    EXPECT_THAT(Story({"audio"}), Contains("audio Activate speaker 23 -> 0x00000000"));
+}
+
+TEST_F(EndpointVolumeOf, BothOperationsCreateTheEnumeratorForEveryContext)
+{
+    std::vector<std::string> creations;
+    const ComCreations spy(
+        [&](REFCLSID classId, DWORD context, REFIID riid, void**)
+        {
+            creations.push_back(GuidText(classId) + " " + std::to_string(context) + " " + GuidText(riid));
+            return failure;
+        });
+    EXPECT_FALSE(handler->GetSpeakerAudioEndpointVolume(speaker.c_str()));
+    EXPECT_FALSE(handler->IsDefaultChannel(speaker.c_str()));
+    const std::string enumerator = "{BCDE0395-E52F-467C-8E3D-C4579291692E} 23 {A95664D2-9614-4F35-A746-DE8DB63617E6}";
+    EXPECT_THAT(creations, ElementsAre(enumerator, enumerator));
 }
 
 TEST_F(EndpointVolumeOf, IsNullForAnUnknownEndpoint)
@@ -274,10 +336,12 @@ TEST_F(SpeakerVolume, LoweringTouchesNoOtherEndpoint)
 
 TEST_F(SpeakerVolume, AnUnreadableLevelIsNotSaved)
 {
+    ((*handler).*MemberOf(StartTaskLoop{}))();
     Field(SavedVolume{}) = 0.25F;
     sim::FaultPlan::Instance().FailCall("IAudioEndpointVolume::GetMasterVolumeLevelScalar", 1, failure);
     EXPECT_FALSE(Lower());
     EXPECT_EQ(Field(SavedVolume{}), 0.25F);
+    EXPECT_EQ(Field(VolumeTaskId{}), 0U);
     EXPECT_THAT(Calls(), IsEmpty());
     ExpectNothingHeld();
 }
@@ -294,9 +358,11 @@ TEST_F(SpeakerVolume, ARefusedLoweringEndsTheMatter)
 
 TEST_F(SpeakerVolume, AMissingVolumeEndsTheMatter)
 {
+    ((*handler).*MemberOf(StartTaskLoop{}))();
     sim::FaultPlan::Instance().FailCall("IMMDevice::Activate", 1, failure);
     EXPECT_FALSE(Lower());
     EXPECT_EQ(Field(SavedVolume{}), -1.0F);
+    EXPECT_EQ(Field(VolumeTaskId{}), 0U);
 }
 
 class ThrowingLowering : public SpeakerVolume, public testing::WithParamInterface<const char*>
@@ -305,6 +371,8 @@ class ThrowingLowering : public SpeakerVolume, public testing::WithParamInterfac
 
 TEST_P(ThrowingLowering, IsLoggedAndEndsTheMatter)
 {
+    ((*handler).*MemberOf(StartTaskLoop{}))();
+    ClearTimeline();
     sim::FaultPlan::Instance().ThrowFrom(GetParam(), 1);
     EXPECT_FALSE(Lower());
     EXPECT_THAT(Story({"log3", "log4"}),
@@ -514,6 +582,29 @@ TEST_F(SpeakerVolume, AThrowingTipIsTriedOnceMore)
     EXPECT_EQ(sim::Timeline::Instance().Count("tips", "CreateTips 9 100018"), 2U);
     EXPECT_EQ(sim::Timeline::Instance().Count("tips", "CloseTips"), 1U);
     EXPECT_THAT(Tips(), ElementsAre("tips SetContentTxt \"plain Headset Phone\""));
+}
+
+TEST_F(SpeakerVolume, ATipThatFailsAgainIsGivenUp)
+{
+    sim::FaultPlan::Instance().ThrowFrom("UICulture::GetString", 0);
+    EXPECT_FALSE(Restore(0.5F, 0.32F));
+    EXPECT_THAT(Story({"log4"}),
+                ElementsAre("log4 RestoreVolume exception(HeadsetAudioFeatureHandler::RestoreVolume)",
+                            "log4 ShowVoiceChangeTip exception(HeadsetAudioFeatureHandler::ShowVoiceChangeTip)"));
+    EXPECT_EQ(sim::Timeline::Instance().Count("tips", "CloseTips"), 2U);
+}
+
+TEST_F(SpeakerVolume, ATipThatFailsWhereNothingIsRestoredIsGivenUpAtOnce)
+{
+    const auto givenUp =
+        ElementsAre("log4 ShowVoiceChangeTip exception(HeadsetAudioFeatureHandler::ShowVoiceChangeTip)");
+    sim::FaultPlan::Instance().ThrowFrom("UICulture::GetString", 0);
+    EXPECT_FALSE(Restore(0.25F, 0.25F)); // it was not lowered
+    EXPECT_THAT(Story({"log4"}), givenUp);
+    Service().SetDefault("speaker");
+    EXPECT_FALSE(Restore(0.5F, 0.32F)); // it got the key pulse
+    EXPECT_THAT(Story({"log4"}), givenUp);
+    EXPECT_EQ(Story({"keys"}).size(), 2U);
 }
 
 } // namespace

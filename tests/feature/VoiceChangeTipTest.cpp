@@ -2,6 +2,7 @@
 #include "tests/feature/FeatureHandlerTest.h"
 
 #include "simulator/host/strings/StringsControl.h"
+#include "simulator/host/tips/TipsControl.h"
 #include "tests/audio/ApartmentSpy.h"
 #include "tests/support/Watchdog.h"
 
@@ -134,6 +135,15 @@ TEST_F(VoiceChangeTip, IsMadeInThisOrder)
     EXPECT_EQ(Field(TipAddress{}), mac);
 }
 
+TEST_F(VoiceChangeTip, TextsComeFromTheTitlesTableAndTheContentFromTheCulture)
+{
+    Show();
+    EXPECT_THAT(Story({"strings"}), ElementsAre("strings UIStringLocale::GetString IDS_AMBREL_RECONNECT_TITLE_NAME",
+                                                "strings UICulture::GetString IDS_AMBREL_EARPHONE_CHANGE",
+                                                "strings UIStringLocale::GetString IDS_NEARPAIR_KNOW",
+                                                "strings UIStringLocale::GetString IDS_ACCESSORIES_RECONNECT"));
+}
+
 TEST_F(VoiceChangeTip, FlagChoosesTheText)
 {
     Show(true);
@@ -190,8 +200,9 @@ TEST_F(VoiceChangeTip, OneThatCannotBeSetUpIsClosed)
 {
     sim::FaultPlan::Instance().ThrowFrom("UIStringLocale::GetString", 2);
     EXPECT_THROW(Show(), std::runtime_error);
-    EXPECT_FALSE(IsShowing());
+    EXPECT_EQ(sim::TipsControl::Tips(), 0U);
     EXPECT_THAT(All(), Contains("tips CloseTips"));
+    EXPECT_EQ(Field(Tip{}), nullptr);
     ClearTimeline();
     Show();
     EXPECT_THAT(All(), Contains("tips Show"));
@@ -201,7 +212,8 @@ TEST_F(VoiceChangeTip, OneThatCannotBeShownIsClosed)
 {
     sim::FaultPlan::Instance().ThrowFrom("OrbTipsManager::Show", 1);
     EXPECT_THROW(Show(), std::runtime_error);
-    EXPECT_FALSE(IsShowing());
+    EXPECT_EQ(sim::TipsControl::Tips(), 0U);
+    EXPECT_EQ(Field(Tip{}), nullptr);
 }
 
 TEST_F(VoiceChangeTip, RepliesDoNotKeepTheHandler)
@@ -380,8 +392,29 @@ TEST_F(TipReply, AHostThatThrowsEndsTheReconnectAndNothingElse)
     ASSERT_GE(story.size(), 3U);
     EXPECT_EQ(story[1], "test CoInitialize");
     EXPECT_EQ(story[2], Line(reconnectOperation, "try reconnect Start "));
+    EXPECT_EQ(story[story.size() - 2], Line(reconnectOperation, "try reconnect exception", "log4"));
     EXPECT_EQ(story.back(), "test CoUninitialize");
     EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text(reconnectOperation, "try reconnect End ")), 0U);
+}
+
+TEST_F(TipReply, ASuccessfulReconnectLeavesItsApartmentToo)
+{
+    Know(Stereo(L"stereo"));
+    MakeDefault(L"stereo");
+    const ApartmentSpy spy;
+    handler->TipHandleCallback(clicked, L"secondBtn");
+    std::vector<std::string> story = LoopsStory();
+    std::erase_if(story, [](const std::string& entry)
+                  { return !entry.starts_with("test Co") && entry.find("<lambda_") == entry.npos; });
+    EXPECT_THAT(story, ElementsAre("test CoInitialize", Line(reconnectOperation, "try reconnect Start "),
+                                   Line(reconnectOperation, "try reconnect End "), "test CoUninitialize"));
+}
+
+TEST_F(TipReply, AFailedClosingDoesNotKeepFromReconnecting)
+{
+    sim::FaultPlan::Instance().FailCall("OrbTipsManager::CloseTips", 1, 1);
+    handler->TipHandleCallback(clicked, L"secondBtn");
+    EXPECT_THAT(LoopsStory(), Contains(Line(reconnectOperation, "try reconnect Start ")));
 }
 
 TEST_F(TipReply, ReconnectOwnsItsAddress)
