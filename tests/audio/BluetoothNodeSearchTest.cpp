@@ -277,12 +277,13 @@ TEST_F(BluetoothNodeSearchTest, AContainerThatCannotBeReadIsPassedOver)
     bool hasFailed = false;
     spy.reader = [&](const test::SetupApiSpy::Read& read, const std::function<BOOL()>& real)
     {
+        const BOOL result = real();
         if (read.size == 4096 && !hasFailed)
         {
             hasFailed = true;
-            return FALSE;
+            return FALSE; // with the value in the buffer all the same
         }
-        return real();
+        return result;
     };
     EXPECT_EQ(KeyOf(containerAText), "2");
     EXPECT_TRUE(hasFailed);

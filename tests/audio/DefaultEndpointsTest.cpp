@@ -2,9 +2,11 @@
 #include "audio/HeadFeatureConnect.h"
 #include "tests/audio/ApartmentThread.h"
 #include "tests/audio/AudioTest.h"
+#include "tests/audio/ComCreations.h"
 #include "tests/support/LogLines.h"
 
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -63,6 +65,20 @@ TEST_F(DefaultEndpointsTest, AsksForTheRenderDefaultsInTurn)
                             "audio CoCreateInstance MMDeviceEnumerator -> 0x00000000",
                             "audio GetDefaultAudioEndpoint 0 0 -> 0x00000000", "audio GetId one -> 0x00000000",
                             "audio GetDefaultAudioEndpoint 0 2 -> 0x00000000", "audio GetId two -> 0x00000000"));
+}
+
+TEST_F(DefaultEndpointsTest, CreatesTheEnumeratorForEveryContext)
+{
+    std::vector<std::string> creations;
+    const test::ComCreations spy(
+        [&](REFCLSID classId, DWORD context, REFIID riid, void**)
+        {
+            creations.push_back(test::GuidText(classId) + " " + std::to_string(context) + " " + test::GuidText(riid));
+            return E_FAIL;
+        });
+    EXPECT_THAT(HeadFeatureConnect::GetDefaultEndPointName(), IsEmpty());
+    EXPECT_THAT(creations,
+                ElementsAre("{BCDE0395-E52F-467C-8E3D-C4579291692E} 23 {A95664D2-9614-4F35-A746-DE8DB63617E6}"));
 }
 
 TEST_F(DefaultEndpointsTest, HoldsTheEndpointLockAllTheTime)

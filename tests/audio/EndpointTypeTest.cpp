@@ -100,7 +100,15 @@ TEST_F(EndpointTypeTest, AFailureIsGivenToTheCallerAndLeavesTheRecord)
     ExpectUntouched();
 }
 
-TEST_F(EndpointTypeTest, TheValueCountsWhateverTheResult)
+TEST_F(EndpointTypeTest, AValueThatCameWithAFailureLeavesTheRecord)
+{
+    AddHeadsetNode();
+    properties.result = static_cast<HRESULT>(0x88890004);
+    EXPECT_EQ(Fill(), static_cast<HRESULT>(0x88890004));
+    ExpectUntouched();
+}
+
+TEST_F(EndpointTypeTest, AnySuccessWillDo)
 {
     AddHeadsetNode();
     properties.result = S_FALSE;

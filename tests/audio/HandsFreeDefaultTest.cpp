@@ -1,5 +1,6 @@
 // Making a headset's hands-free endpoints the communications defaults.
 #include "tests/audio/SwitchingTest.h"
+#include "tests/support/LockSpy.h"
 
 #include <algorithm>
 #include <chrono>
@@ -73,8 +74,22 @@ TEST_F(HandsFreeDefaultTest, AHeadsetWithoutMicrophoneGetsItsRenderEndpointAlone
     HaveHeadset({.address = test::headsetAddress, .handsFreeCapture = false});
     const test::SleepSpy pause;
     handler->SetHandsFreeDefaultEndPoint(key);
-    EXPECT_THAT(Audio(), ElementsAre("audio CoCreateInstance PolicyConfigDefault -> 0x00000000",
-                                     "audio SetDefaultEndpoint headset hands-free 2 -> 0x00000000"));
+    // Intended: the microphone that is not there has its lines.
+    EXPECT_THAT(All(), ElementsAre("audio CoCreateInstance PolicyConfigDefault -> 0x00000000",
+                                   "log3 SetHandsFreeDefaultEndPoint -- hrEnableDevice2: 0"
+                                   "(HeadsetAudioFeatureHandler::SetHandsFreeDefaultEndPoint)",
+                                   "test Sleep 300",
+                                   "log3 SetHandsFreeDefaultEndPoint it.second.deviceTypeID: 2"
+                                   "(HeadsetAudioFeatureHandler::SetHandsFreeDefaultEndPoint)",
+                                   "log3 SetHandsFreeDefaultEndPoint it.second.pszFlow: eRender"
+                                   "(HeadsetAudioFeatureHandler::SetHandsFreeDefaultEndPoint)",
+                                   "log3 SetHandsFreeDefaultEndPoint it.second.deviceTypeID: 0"
+                                   "(HeadsetAudioFeatureHandler::SetHandsFreeDefaultEndPoint)",
+                                   "log3 SetHandsFreeDefaultEndPoint it.second.pszFlow: "
+                                   "(HeadsetAudioFeatureHandler::SetHandsFreeDefaultEndPoint)",
+                                   "audio SetDefaultEndpoint headset hands-free 2 -> 0x00000000",
+                                   "log3 SetHandsFreeDefaultEndPoint -- eCommunications hrEnableDevice: 0"
+                                   "(HeadsetAudioFeatureHandler::SetHandsFreeDefaultEndPoint)"));
 }
 
 TEST_F(HandsFreeDefaultTest, WithoutHandsFreeRenderNothingIsDone)
@@ -125,6 +140,36 @@ TEST_F(HandsFreeDefaultTest, TheDefaultSetIsLookedAtAfterThePause)
     };
     handler->SetHandsFreeDefaultEndPoint(key);
     EXPECT_THAT(Audio(), ElementsAre("audio CoCreateInstance PolicyConfigDefault -> 0x00000000"));
+}
+
+TEST_F(HandsFreeDefaultTest, TheHeadsetsEndpointsAreLookedAtBeforeThePause)
+{
+    HaveHeadset();
+    test::SleepSpy pause;
+    pause.meanwhile = [this]
+    {
+        endpoints.endpointList.clear();
+    };
+    handler->SetHandsFreeDefaultEndPoint(key);
+    EXPECT_THAT(Audio(), ElementsAre("audio CoCreateInstance PolicyConfigDefault -> 0x00000000",
+                                     "audio SetDefaultEndpoint headset hands-free 2 -> 0x00000000",
+                                     "audio SetDefaultEndpoint headset microphone 2 -> 0x00000000"));
+}
+
+TEST_F(HandsFreeDefaultTest, TheDefaultSetLockIsHeldForTheLookUpAlone)
+{
+    HaveHeadset();
+    const test::SleepSpy pause;
+    {
+        const test::LockSpy locks(nullptr, {{test::LockSpy::AddressOf(endpoints.defaultSetMutex), "the set"},
+                                            {test::LockSpy::AddressOf(endpoints.endpointMutex), "the list"}});
+        handler->SetHandsFreeDefaultEndPoint(key);
+    }
+    EXPECT_THAT(test::Story({"audio", "test"}),
+                ElementsAre("audio CoCreateInstance PolicyConfigDefault -> 0x00000000", "test locks the list",
+                            "test unlocks the list", "test Sleep 300", "test locks the set", "test unlocks the set",
+                            "audio SetDefaultEndpoint headset hands-free 2 -> 0x00000000",
+                            "audio SetDefaultEndpoint headset microphone 2 -> 0x00000000"));
 }
 
 TEST_F(HandsFreeDefaultTest, AMicrophoneThatIsADefaultIsNoReasonToStop)

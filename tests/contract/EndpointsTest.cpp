@@ -239,6 +239,49 @@ TEST_F(Endpoints, ConsoleRoleAloneIsIgnored)
     EXPECT_EQ(Handler().GetFeatureState(mac).state, 3);
 }
 
+TEST_F(Endpoints, SwitchesLeaveTheApartmentsThatTheyEnter)
+{
+    Start();
+    AddHeadset();
+    ASSERT_TRUE(WaitForIdle());
+    Audio().SetDefault("speaker");
+    ConnectAndWait();
+    Audio().SetDefault("speaker");
+    ASSERT_TRUE(WaitForIdle());
+    ClearTimeline();
+    Handler().DisableFeature(Device(mac));
+    ASSERT_TRUE(WaitForTasks());
+    Handler().EnableFeature(Device(mac));
+    ASSERT_TRUE(WaitForTasks(2));
+    // One that is left behind would have the next one fail, or find it entered.
+    std::vector<std::string> entered = Log();
+    std::erase_if(entered, [](const std::string& line) { return line.find("hrEnableDevice1: ") == line.npos; });
+    EXPECT_THAT(entered, Not(IsEmpty()));
+    EXPECT_THAT(entered,
+                testing::Each(Line("SetEarPhoneDefaultEndpoint", "SetEarPhoneDefaultEndpoint -- hrEnableDevice1: 0")));
+}
+
+TEST_F(Endpoints, RefreshThatThrowsLeavesWhatWasKnown)
+{
+    Start();
+    AddHeadset();
+    ASSERT_TRUE(WaitForIdle());
+    Audio().SetDefault("headset stereo");
+    ASSERT_TRUE(WaitForIdle());
+    for (const char* call : {"IMMDeviceEnumerator::GetDefaultAudioEndpoint", "IMMDeviceEnumerator::EnumAudioEndpoints"})
+    {
+        SCOPED_TRACE(call);
+        ClearTimeline();
+        sim::FaultPlan::Instance().ThrowFrom(call, 1);
+        Audio().NotifyDeviceStateChanged("headset stereo", DEVICE_STATE_ACTIVE);
+        ASSERT_TRUE(WaitForIdle());
+        EXPECT_EQ(sim::Timeline::Instance().Count("fault", std::string(call) + " throws"), 1U);
+        EXPECT_THAT(HostCalls(), ElementsAre("host OnFeatureStateChanged 11111822610015 9 3"));
+        EXPECT_THAT(Log(), Contains("log3 OnDeviceStateChanged -- End(CMMNotificationClient::OnDeviceStateChanged)"));
+        EXPECT_EQ(Handler().GetFeatureState(mac).state, 3);
+    }
+}
+
 TEST_F(Endpoints, EndpointThatVanishesBetweenTwoCallsIsPassedOver)
 {
     waits.reset();

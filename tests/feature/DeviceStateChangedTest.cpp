@@ -181,6 +181,23 @@ TEST_F(DeviceStateChanged, EndpointLockIsFreeInThePauseAndInTheReport)
     EXPECT_EQ(free, 2);
 }
 
+TEST_F(DeviceStateChanged, EndpointIsLookedUpAfterThePause)
+{
+    Know(Stereo(L"stereo"));
+    MakeDefault(L"stereo");
+    SetPending(mac, 0);
+    waits.SetHook(
+        [](DWORD)
+        {
+            EndpointRecord hidden = Stereo(L"stereo");
+            hidden.deviceStateName = "DEVICE_STATE_DISABLED";
+            Know(hidden);
+        });
+    handler->DeviceStateChanged(L"stereo");
+    EXPECT_THAT(All(), ElementsAre("test Sleep 100", isHidden, isHidden,
+                                   "host OnFeatureStateChanged 11111822610015 9 0", signalled, end));
+}
+
 TEST_F(DeviceStateChanged, OneChangeAtATime)
 {
     Know(Stereo(L"stereo"));
