@@ -101,16 +101,28 @@ private:
     const int side_;
 };
 
-/// Clients that nobody has taken yet.
+/// Clients that nobody has taken yet. It listens as long as there is a handle of it: a client that is just connecting
+/// holds it too, and must not keep the path from the next listener.
 class Listener final : public KernelObject
 {
 public:
     explicit Listener(std::shared_ptr<Signal> clientCame) : clientCame_(std::move(clientCame)) {}
 
+    bool IsListening() const
+    {
+        const std::scoped_lock lock(mutex_);
+        return isListening_;
+    }
+
+    /// Null when it does not listen any more.
     std::shared_ptr<End> Connect()
     {
         const auto stream = std::make_shared<Stream>();
         const std::scoped_lock lock(mutex_);
+        if (!isListening_)
+        {
+            return nullptr;
+        }
         waiting_.push_back(std::make_shared<End>(stream, 0));
         clientCame_->Set();
         return std::make_shared<End>(stream, 1);
@@ -128,10 +140,19 @@ public:
         return first;
     }
 
+protected:
+    void LastHandleClosed() override
+    {
+        const std::scoped_lock lock(mutex_);
+        isListening_ = false;
+        waiting_.clear();
+    }
+
 private:
     const std::shared_ptr<Signal> clientCame_;
-    std::mutex mutex_;
-    std::deque<std::shared_ptr<End>> waiting_; // guarded by mutex_
+    mutable std::mutex mutex_; // guards the fields below
+    bool isListening_ = true;
+    std::deque<std::shared_ptr<End>> waiting_;
 };
 
 /// Who listens where. Never destroyed: threads may still try to connect while the process ends.
@@ -154,7 +175,7 @@ HANDLE OpenListener(const std::wstring& path, HANDLE clientCame)
     Paths& paths = ThePaths();
     const std::scoped_lock lock(paths.mutex);
     std::weak_ptr<Listener>& known = paths.listeners[path];
-    if (!known.expired())
+    if (const auto earlier = known.lock(); earlier && earlier->IsListening())
     {
         return nullptr;
     }
@@ -178,7 +199,8 @@ HANDLE ConnectTo(const std::wstring& path)
         const auto known = paths.listeners.find(path);
         listener = known == paths.listeners.end() ? nullptr : known->second.lock();
     }
-    return listener ? MakeHandle(listener->Connect()) : nullptr;
+    std::shared_ptr<End> end = listener ? listener->Connect() : nullptr;
+    return end ? MakeHandle(std::move(end)) : nullptr;
 }
 
 void WatchEnd(HANDLE end, HANDLE readable, HANDLE writable)

@@ -11,9 +11,18 @@ namespace
 {
 
 /// What a handle points to. On the heap, and known to the handle's owner alone.
-struct HandleRecord
+class HandleRecord
 {
-    std::shared_ptr<KernelObject> object;
+public:
+    explicit HandleRecord(std::shared_ptr<KernelObject> object) : object_(std::move(object)) { object_->HandleMade(); }
+    ~HandleRecord() { object_->HandleClosed(); }
+    HandleRecord(const HandleRecord&) = delete;
+    HandleRecord& operator=(const HandleRecord&) = delete;
+
+    const std::shared_ptr<KernelObject>& Object() const { return object_; }
+
+private:
+    const std::shared_ptr<KernelObject> object_;
 };
 
 // As on the platform, this is no handle that could be closed.
@@ -31,6 +40,14 @@ BOOL Fail(DWORD error)
 }
 
 } // namespace
+
+void KernelObject::HandleClosed()
+{
+    if (--handles_ == 0)
+    {
+        LastHandleClosed();
+    }
+}
 
 void Signal::Set()
 {
@@ -66,12 +83,12 @@ bool Signal::Wait(DWORD milliseconds)
 
 HANDLE MakeHandle(std::shared_ptr<KernelObject> object)
 {
-    return new HandleRecord{std::move(object)};
+    return new HandleRecord(std::move(object));
 }
 
 std::shared_ptr<KernelObject> ObjectOf(HANDLE handle)
 {
-    return IsPseudoHandle(handle) ? nullptr : static_cast<HandleRecord*>(handle)->object;
+    return IsPseudoHandle(handle) ? nullptr : static_cast<HandleRecord*>(handle)->Object();
 }
 
 } // namespace native

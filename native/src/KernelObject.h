@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -18,6 +19,17 @@ public:
     virtual ~KernelObject() = default;
     KernelObject(const KernelObject&) = delete;
     KernelObject& operator=(const KernelObject&) = delete;
+
+    void HandleMade() { ++handles_; }
+    void HandleClosed();
+
+protected:
+    /// What has to be over once there is no handle any more. The object itself may live on for a moment, held by a thread
+    /// that is just using it.
+    virtual void LastHandleClosed() {}
+
+private:
+    std::atomic<int> handles_ = 0;
 };
 
 /// What can be waited for: an event, or a thread's end. Any thread may use it.

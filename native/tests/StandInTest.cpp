@@ -1,13 +1,14 @@
 // The stand-in for the platform, where the module's tests rely on it without telling.
 #include "native/src/Channel.h"
 #include "native/src/DeviceTree.h"
+#include "native/src/KernelObject.h"
 
 #include <gtest/gtest.h>
 
 #include <objbase.h>
 #include <setupapi.h>
 
-#include <future>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -110,6 +111,38 @@ TEST(StandIn, AChannelCarriesBytesBothWaysAndTellsItsEnd)
     CloseHandle(server);
     CloseHandle(listener);
     EXPECT_EQ(native::ConnectTo(L"stand-in-test"), nullptr);
+    CloseHandle(came);
+}
+
+TEST(StandIn, APathIsFreeOnceItsListenerIsClosedWhoeverIsJustConnecting)
+{
+    const HANDLE came = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE listener = native::OpenListener(L"stand-in-closed", came);
+    const HANDLE client = native::ConnectTo(L"stand-in-closed");
+    const auto held = native::ObjectOf(listener); // as by a thread that is just connecting
+    CloseHandle(listener);
+    EXPECT_EQ(native::TryWrite(client, "x", 1), std::nullopt);
+    EXPECT_EQ(native::ConnectTo(L"stand-in-closed"), nullptr);
+    const HANDLE next = native::OpenListener(L"stand-in-closed", came);
+    ASSERT_NE(next, nullptr);
+    EXPECT_EQ(native::OpenListener(L"stand-in-closed", came), nullptr);
+    CloseHandle(next);
+    CloseHandle(client);
+    CloseHandle(came);
+}
+
+TEST(StandIn, AListenerListensUntilTheLastOfItsHandlesIsClosed)
+{
+    const HANDLE came = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE listener = native::OpenListener(L"stand-in-twice", came);
+    HANDLE copy = nullptr;
+    ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), listener, GetCurrentProcess(), &copy, 0, FALSE, 0));
+    CloseHandle(listener);
+    EXPECT_EQ(native::OpenListener(L"stand-in-twice", came), nullptr);
+    CloseHandle(copy);
+    const HANDLE next = native::OpenListener(L"stand-in-twice", came);
+    EXPECT_NE(next, nullptr);
+    CloseHandle(next);
     CloseHandle(came);
 }
 
