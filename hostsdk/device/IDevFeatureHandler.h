@@ -1,6 +1,11 @@
 #pragma once
 
+#include "device/DeviceApi.h"
 #include "device/IProvider.h"
+#include "device/VynTypes.h"
+
+#include <cstdint>
+#include <string>
 
 namespace VynCore
 {

@@ -3,6 +3,7 @@
 #include "device/DeviceApi.h"
 #include "device/VynTypes.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 

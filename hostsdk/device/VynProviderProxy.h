@@ -1,6 +1,8 @@
 #pragma once
 
+#include "device/DeviceApi.h"
 #include "device/IProvider.h"
+#include "device/VynTypes.h"
 
 namespace VynCore
 {

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "ipc/IOChannel.h"
+#include "ipc/IpcApi.h"
+
+#include <cstdint>
 
 /// A channel over memory that stays the caller's and must outlive the channel.
 class QV_IPC_API IpcBufferBuild : public IOChannel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ipc/IOChannel.h"
+#include "ipc/IpcApi.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
 
 namespace Qva::TipsSdk
 {

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
+
+#include <string>
 
 namespace Qva::TipsSdk
 {

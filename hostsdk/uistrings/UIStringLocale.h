@@ -1,6 +1,7 @@
 #pragma once
 
 #include "uistrings/CDuiString.h"
+#include "uistrings/UiStringsApi.h"
 
 namespace UIEx
 {

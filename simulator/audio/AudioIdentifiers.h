@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <propkeydef.h>
+#include <wtypes.h>
 
 /// Published identifiers and results of the audio interfaces.
 namespace sim

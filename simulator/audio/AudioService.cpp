@@ -2,7 +2,9 @@
 
 #include "simulator/audio/ClassFactory.h"
 #include "simulator/audio/ComCall.h"
+#include "simulator/audio/EndpointModel.h"
 #include "simulator/audio/LiveCounts.h"
+#include "simulator/audio/Notification.h"
 #include "simulator/audio/ServiceCore.h"
 #include "simulator/audio/TaskMemory.h"
 

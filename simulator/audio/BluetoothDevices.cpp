@@ -4,6 +4,7 @@
 #include <setupapi.h>
 
 #include <cwchar>
+#include <iterator>
 #include <stdexcept>
 
 // The platform's header lacks it.

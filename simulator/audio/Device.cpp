@@ -1,10 +1,13 @@
 #include "simulator/audio/Device.h"
 
 #include "simulator/audio/AudioIdentifiers.h"
+#include "simulator/audio/ComCall.h"
 #include "simulator/audio/EndpointVolume.h"
 #include "simulator/audio/PropertyStore.h"
 #include "simulator/audio/ServiceCore.h"
 #include "simulator/audio/TaskMemory.h"
+
+#include <objbase.h>
 
 namespace sim
 {

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <mmdeviceapi.h>
+#include <propsys.h>
 
 #include <string>
 #include <string_view>

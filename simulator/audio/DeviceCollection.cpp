@@ -1,5 +1,6 @@
 #include "simulator/audio/DeviceCollection.h"
 
+#include "simulator/audio/ComCall.h"
 #include "simulator/audio/Device.h"
 
 #include <string>

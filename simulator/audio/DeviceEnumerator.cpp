@@ -1,12 +1,15 @@
 #include "simulator/audio/DeviceEnumerator.h"
 
 #include "simulator/audio/AudioIdentifiers.h"
+#include "simulator/audio/ComCall.h"
 #include "simulator/audio/Device.h"
 #include "simulator/audio/DeviceCollection.h"
 #include "simulator/audio/EndpointIds.h"
+#include "simulator/audio/EndpointModel.h"
 #include "simulator/audio/ServiceCore.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sim

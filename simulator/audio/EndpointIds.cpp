@@ -1,11 +1,13 @@
 #include "simulator/audio/EndpointIds.h"
 
+#include "simulator/audio/EndpointModel.h"
 #include "simulator/audio/ServiceCore.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
 #include <cwchar>
 #include <cwctype>
+#include <iterator>
 
 namespace sim
 {

@@ -6,6 +6,7 @@
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace sim

@@ -8,6 +8,7 @@
 #include <mmdeviceapi.h>
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>

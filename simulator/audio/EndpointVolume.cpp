@@ -1,8 +1,11 @@
 #include "simulator/audio/EndpointVolume.h"
 
 #include "simulator/audio/AudioIdentifiers.h"
+#include "simulator/audio/ComCall.h"
 #include "simulator/audio/LevelText.h"
 #include "simulator/audio/ServiceCore.h"
+
+#include <optional>
 
 namespace sim
 {

@@ -4,6 +4,7 @@
 #include "simulator/timeline/Timeline.h"
 
 #include <objbase.h>
+#include <windows.h>
 
 #include <algorithm>
 #include <exception>

@@ -1,7 +1,9 @@
 #include "simulator/audio/PolicyConfigDefault.h"
 
 #include "simulator/audio/AudioIdentifiers.h"
+#include "simulator/audio/ComCall.h"
 #include "simulator/audio/EndpointIds.h"
+#include "simulator/audio/EndpointModel.h"
 #include "simulator/audio/ServiceCore.h"
 
 #include <string>

@@ -1,6 +1,7 @@
 #include "simulator/audio/PropertyStore.h"
 
 #include "simulator/audio/AudioIdentifiers.h"
+#include "simulator/audio/ComCall.h"
 #include "simulator/audio/ServiceCore.h"
 #include "simulator/audio/TaskMemory.h"
 

@@ -5,6 +5,7 @@
 #include "simulator/host/HostControlApi.h"
 
 #include <cstdint>
+
 #include <functional>
 #include <memory>
 #include <string>

@@ -8,7 +8,10 @@
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
+#include "device/VynTypes.h"
+
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <variant>
 

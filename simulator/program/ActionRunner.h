@@ -5,6 +5,8 @@
 #include "simulator/program/World.h"
 #include "simulator/program/scenario/Statement.h"
 
+#include "device/VynTypes.h"
+
 namespace sim
 {
 

@@ -1,6 +1,10 @@
 #include "simulator/program/ChildProcess.h"
 
+#include <windows.h>
+
 #include <array>
+#include <cstddef>
+#include <system_error>
 #include <utility>
 
 namespace sim

@@ -1,6 +1,7 @@
 #include "simulator/program/DeferredActions.h"
 
 #include "simulator/program/EventMatch.h"
+#include "simulator/program/scenario/Statement.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>

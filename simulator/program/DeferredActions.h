@@ -3,6 +3,7 @@
 #include "simulator/program/ActionRunner.h"
 #include "simulator/program/ThreadNames.h"
 #include "simulator/program/scenario/Scenario.h"
+#include "simulator/program/scenario/Statement.h"
 
 #include <atomic>
 #include <cstddef>

@@ -6,11 +6,16 @@
 #include "simulator/program/AudioTerms.h"
 #include "simulator/program/EventMatch.h"
 #include "simulator/program/ScenarioFailure.h"
+#include "simulator/program/scenario/Pattern.h"
 #include "simulator/timeline/Timeline.h"
+
+#include "device/VynTypes.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <thread>
 #include <variant>
 

@@ -4,6 +4,11 @@
 #include "simulator/program/ScenarioFailure.h"
 #include "simulator/timeline/Timeline.h"
 
+#include "device/IDevConnecter.h"
+#include "device/IDevFeatureHandler.h"
+#include "device/VynProviderPlugin.h"
+#include "device/VynTypes.h"
+
 namespace sim
 {
 

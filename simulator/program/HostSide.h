@@ -1,8 +1,11 @@
 #pragma once
 
+#include "simulator/program/PluginModule.h"
+
 #include "device/IDevConnecter.h"
 #include "device/IDevFeatureHandler.h"
-#include "simulator/program/PluginModule.h"
+#include "device/VynProviderPlugin.h"
+#include "device/VynTypes.h"
 
 #include <atomic>
 #include <cstdint>

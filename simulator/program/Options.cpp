@@ -1,6 +1,8 @@
 #include "simulator/program/Options.h"
 
 #include <charconv>
+#include <cstddef>
+#include <system_error>
 
 namespace sim
 {

@@ -1,5 +1,6 @@
 #include "simulator/program/PluginModule.h"
 
+#include <string>
 #include <system_error>
 
 namespace sim

@@ -1,11 +1,13 @@
 #include "simulator/program/ScenarioRunner.h"
 
+#include "simulator/program/scenario/Statement.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <optional>
 #include <thread>
 #include <utility>
 #include <variant>

@@ -9,8 +9,10 @@
 #include "simulator/program/Watchdog.h"
 #include "simulator/program/World.h"
 #include "simulator/program/scenario/Scenario.h"
+#include "simulator/program/scenario/Statement.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace sim

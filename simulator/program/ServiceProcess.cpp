@@ -3,7 +3,11 @@
 #include "simulator/program/ScenarioFailure.h"
 #include "simulator/timeline/Timeline.h"
 
+#include <chrono>
+#include <functional>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace sim
 {

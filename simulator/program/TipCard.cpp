@@ -3,8 +3,9 @@
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <sstream>
-#include <string_view>
 
 namespace sim
 {

@@ -1,10 +1,12 @@
 #include "simulator/program/World.h"
 
 #include "simulator/audio/AudioService.h"
+#include "simulator/audio/ContainerIds.h"
 #include "simulator/program/ScenarioFailure.h"
 #include "simulator/program/scenario/Names.h"
 #include "simulator/timeline/Timeline.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 

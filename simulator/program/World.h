@@ -5,6 +5,7 @@
 #include "simulator/program/ServiceProcess.h"
 #include "simulator/program/scenario/Statement.h"
 
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>

@@ -15,12 +15,15 @@
 #include "simulator/program/World.h"
 #include "simulator/program/scenario/Scenario.h"
 #include "simulator/program/scenario/ScenarioError.h"
+#include "simulator/program/scenario/Statement.h"
 #include "simulator/program/scenario/StatementParser.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <fcntl.h>
 #include <io.h>
+#include <windows.h>
 
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -29,6 +32,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace
 {

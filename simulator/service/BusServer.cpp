@@ -1,6 +1,8 @@
 #include "simulator/service/BusServer.h"
 
 #include "simulator/host/wire/Describe.h"
+#include "simulator/host/wire/Frame.h"
+#include "simulator/host/wire/Handle.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>

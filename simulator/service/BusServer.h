@@ -1,5 +1,7 @@
 #pragma once
 
+#include "simulator/host/wire/Frame.h"
+#include "simulator/host/wire/Handle.h"
 #include "simulator/host/wire/PipeConnection.h"
 #include "simulator/host/wire/PipeListener.h"
 

@@ -1,5 +1,6 @@
 #include "simulator/service/ConnectivityService.h"
 
+#include "simulator/host/wire/Frame.h"
 #include "simulator/host/wire/Package.h"
 #include "simulator/service/BusServer.h"
 #include "simulator/service/HeadsetTable.h"
@@ -7,8 +8,11 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
+#include <variant>
 
 namespace sim
 {

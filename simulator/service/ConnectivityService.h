@@ -3,6 +3,7 @@
 #include "simulator/service/Headset.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>

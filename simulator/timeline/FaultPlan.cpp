@@ -2,6 +2,7 @@
 
 #include "simulator/timeline/Timeline.h"
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <stdexcept>

@@ -1,5 +1,7 @@
 #include "accessory/AccessoryBaseSdk.h"
 
+#include <cstddef>
+
 namespace
 {
 

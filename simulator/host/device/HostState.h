@@ -2,6 +2,8 @@
 
 #include "simulator/host/HostControl.h"
 
+#include "device/IProvider.h"
+
 #include <mutex>
 #include <string>
 #include <vector>

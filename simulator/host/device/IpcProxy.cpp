@@ -5,6 +5,7 @@
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string_view>
 

@@ -1,10 +1,15 @@
 #include "device/VynProviderProxy.h"
 
+#include "simulator/host/HostControl.h"
 #include "simulator/host/device/HostState.h"
 #include "simulator/timeline/Timeline.h"
 
+#include "device/VynTypes.h"
+
 #include <algorithm>
+#include <cstdint>
 #include <mutex>
+#include <string>
 
 namespace VynCore
 {

@@ -2,6 +2,8 @@
 
 #include "simulator/host/ipc/IpcClientImpl.h"
 
+#include <utility>
+
 IPCMessageClient::IPCMessageClient(std::shared_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 IPCMessageClient::~IPCMessageClient() = default;

@@ -1,6 +1,7 @@
 #include "ipc/IpcBufferBuild.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace
 {

@@ -3,8 +3,11 @@
 #include "simulator/host/ipc/MessageDispatcher.h"
 #include "simulator/host/ipc/ServiceLink.h"
 #include "simulator/host/wire/Describe.h"
+#include "simulator/host/wire/Frame.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
+
+#include <utility>
 
 IPCMessageClient::Impl::Impl(std::int32_t clientId, std::string_view bus)
     : clientId_(clientId), dispatcher_(sim::MessageDispatcher::Start(clientId))

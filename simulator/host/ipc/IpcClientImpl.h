@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ipc/IPCMessageClient.h"
+#include "ipc/IpcApi.h"
 #include "simulator/host/wire/Frame.h"
 
 #include <cstdint>

@@ -3,6 +3,7 @@
 #include "simulator/host/ipc/ReceivedMessage.h"
 #include "simulator/timeline/Timeline.h"
 
+#include <string>
 #include <utility>
 
 namespace sim

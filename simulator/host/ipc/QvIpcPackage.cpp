@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace
 {

@@ -1,7 +1,8 @@
 #include "simulator/host/ipc/ReceivedMessage.h"
 
 #include <algorithm>
-#include <span>
+#include <cstddef>
+#include <cstdint>
 
 namespace sim
 {

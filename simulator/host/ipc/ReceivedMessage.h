@@ -3,6 +3,7 @@
 #include "ipc/TagIPCMessageItem.h"
 #include "simulator/host/wire/Frame.h"
 
+#include <cstddef>
 #include <memory>
 
 namespace sim

@@ -1,5 +1,10 @@
 #include "simulator/host/ipc/ServiceLink.h"
 
+#include "simulator/host/wire/Frame.h"
+#include "simulator/host/wire/Handle.h"
+
+#include <windows.h>
+
 #include <algorithm>
 
 namespace sim

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "simulator/host/ipc/MessageDispatcher.h"
+#include "simulator/host/wire/Frame.h"
+#include "simulator/host/wire/Handle.h"
 #include "simulator/host/wire/PipeConnection.h"
 
 #include <chrono>

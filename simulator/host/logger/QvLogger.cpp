@@ -2,6 +2,8 @@
 
 #include "simulator/timeline/Timeline.h"
 
+#include <string>
+
 QvLogger::QvLogger() = default;
 
 QvLogger::~QvLogger() = default;

@@ -2,6 +2,7 @@
 
 #include "simulator/host/strings/StringTable.h"
 
+#include <cstddef>
 #include <mutex>
 #include <utility>
 

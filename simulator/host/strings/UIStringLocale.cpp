@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cwchar>
+#include <string>
 
 namespace UIEx
 {

@@ -4,8 +4,15 @@
 #include "simulator/host/tips/TipClock.h"
 #include "simulator/host/tips/TipRegister.h"
 #include "simulator/host/tips/TipSwitches.h"
+#include "simulator/host/tips/TipsControl.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
+
+#include "tips/TipsTypes.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace Qva::TipsSdk
 {

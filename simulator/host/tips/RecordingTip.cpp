@@ -3,6 +3,8 @@
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
+#include "tips/TipsTypes.h"
+
 namespace sim
 {
 

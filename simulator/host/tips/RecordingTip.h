@@ -3,6 +3,7 @@
 #include "simulator/host/tips/ReplyHolder.h"
 #include "simulator/host/tips/TipsControl.h"
 #include "tips/TipsPopUpWnd.h"
+#include "tips/TipsTypes.h"
 
 #include <cstdint>
 #include <memory>

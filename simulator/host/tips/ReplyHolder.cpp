@@ -1,8 +1,11 @@
 #include "simulator/host/tips/ReplyHolder.h"
 
+#include "tips/TipsTypes.h"
+
 #include <algorithm>
 #include <cstring>
-#include <new>
+#include <memory>
+#include <new> // IWYU pragma: keep; placement new, which the check of includes does not see
 #include <thread>
 #include <utility>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
 
 #include <cstddef>
 #include <memory>

@@ -3,6 +3,9 @@
 #include "simulator/host/tips/LibraryThread.h"
 #include "simulator/timeline/Timeline.h"
 
+#include "tips/TipsTypes.h"
+
+#include <memory>
 #include <string>
 #include <utility>
 

@@ -5,6 +5,7 @@
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace sim
 {

@@ -1,6 +1,12 @@
 #include "simulator/host/tips/TipRegister.h"
 
+#include "simulator/host/tips/ReplyHolder.h"
+
+#include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
+
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace sim

@@ -1,10 +1,15 @@
 #pragma once
 
 #include "simulator/host/tips/RecordingTip.h"
+#include "simulator/host/tips/ReplyHolder.h"
+
+#include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>

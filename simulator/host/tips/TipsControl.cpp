@@ -1,5 +1,6 @@
 #include "simulator/host/tips/TipsControl.h"
 
+#include "simulator/host/tips/ReplyHolder.h"
 #include "simulator/host/tips/TipAnswers.h"
 #include "simulator/host/tips/TipRegister.h"
 #include "simulator/host/tips/TipSwitches.h"

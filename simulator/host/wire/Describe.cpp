@@ -1,5 +1,8 @@
 #include "simulator/host/wire/Describe.h"
 
+#include <cstdint>
+#include <variant>
+
 namespace sim
 {
 

@@ -2,6 +2,7 @@
 
 #include "simulator/host/wire/LittleEndian.h"
 
+#include <cstddef>
 #include <string_view>
 
 namespace sim

@@ -2,6 +2,8 @@
 
 #include "simulator/host/wire/LittleEndian.h"
 
+#include <utility>
+
 namespace sim
 {
 

@@ -1,6 +1,9 @@
 #include "simulator/host/wire/PipeConnection.h"
 
+#include <windows.h>
+
 #include <thread>
+#include <utility>
 
 namespace sim
 {

@@ -3,6 +3,8 @@
 #include "simulator/host/wire/Frame.h"
 #include "simulator/host/wire/Handle.h"
 
+#include <windows.h>
+
 #include <array>
 #include <chrono>
 #include <mutex>

@@ -2,6 +2,8 @@
 
 #include "simulator/host/wire/PipeConnection.h"
 
+#include <windows.h>
+
 #include <stdexcept>
 
 namespace sim

@@ -4,6 +4,11 @@
 
 #include <array>
 #include <charconv>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
 
 namespace sim::scenario
 {

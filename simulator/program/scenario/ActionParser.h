@@ -5,6 +5,7 @@
 #include "simulator/program/scenario/TokenReader.h"
 
 #include <optional>
+#include <string>
 
 namespace sim::scenario
 {

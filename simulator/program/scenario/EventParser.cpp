@@ -1,5 +1,8 @@
 #include "simulator/program/scenario/EventParser.h"
 
+#include <string>
+#include <string_view>
+
 namespace sim::scenario
 {
 

@@ -5,6 +5,10 @@
 #include "simulator/program/scenario/ScenarioError.h"
 
 #include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <utility>
 
 namespace sim::scenario
 {

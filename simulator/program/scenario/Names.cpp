@@ -3,6 +3,7 @@
 #include "simulator/program/scenario/ScenarioError.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace sim::scenario
 {

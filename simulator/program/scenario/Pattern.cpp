@@ -1,5 +1,7 @@
 #include "simulator/program/scenario/Pattern.h"
 
+#include <cstddef>
+
 namespace sim::scenario
 {
 

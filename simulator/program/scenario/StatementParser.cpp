@@ -5,8 +5,14 @@
 #include "simulator/program/scenario/ExpectationParser.h"
 #include "simulator/program/scenario/ScenarioError.h"
 #include "simulator/program/scenario/TokenReader.h"
+#include "simulator/program/scenario/Tokens.h"
 
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <system_error>
+#include <utility>
 
 namespace sim::scenario
 {

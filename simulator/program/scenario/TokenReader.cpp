@@ -3,8 +3,10 @@
 #include "simulator/program/scenario/ScenarioError.h"
 
 #include <charconv>
+#include <cstddef>
 #include <optional>
 #include <sstream>
+#include <system_error>
 
 namespace sim::scenario
 {

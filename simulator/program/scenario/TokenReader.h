@@ -3,6 +3,7 @@
 #include "simulator/program/scenario/Tokens.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>

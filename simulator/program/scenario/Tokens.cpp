@@ -2,6 +2,9 @@
 
 #include "simulator/program/scenario/ScenarioError.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace sim::scenario
 {
 

@@ -1,7 +1,9 @@
 #include "simulator/service/program/CommandWords.h"
 
+#include <cstddef>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace sim
 {

@@ -1,9 +1,13 @@
 #include "simulator/service/program/ServiceCommands.h"
 
+#include "simulator/service/Headset.h"
 #include "simulator/service/MessageIds.h"
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace sim
 {
