@@ -9,6 +9,8 @@
 #include "plugin/Log.h"
 #include "plugin/ModulePin.h"
 
+#include <objbase.h>
+
 namespace
 {
 

@@ -3,6 +3,8 @@
 #include "audio/ComApartment.h"
 #include "audio/ComPtr.h"
 
+#include <windows.h>
+
 #include <utility>
 
 /// A COM object made by class id, on whatever thread asks for it. A thread without an apartment enters the

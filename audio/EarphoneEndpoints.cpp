@@ -3,9 +3,12 @@
 #include "feature/HeadsetAudioFeatureHandler.h"
 
 #include "audio/AudioIdentifiers.h"
+#include "audio/EndpointRecord.h"
 #include "audio/ModuleEndpoints.h"
 #include "plugin/Log.h"
 #include "plugin/TextConversion.h"
+
+#include "device/VynTypes.h"
 
 #include <mutex>
 

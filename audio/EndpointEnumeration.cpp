@@ -7,11 +7,14 @@
 #include "audio/ModuleEndpoints.h"
 #include "audio/PropertyValue.h"
 
+#include "audio/EndpointRecord.h"
 #include "plugin/Log.h"
 
+#include <endpointvolume.h>
 #include <mmdeviceapi.h>
 
 #include <mutex>
+#include <string>
 #include <utility>
 
 namespace

@@ -5,14 +5,19 @@
 #include "audio/PropertyValue.h"
 
 #include "accessory/AccessoryBaseSdk.h"
+#include "audio/EndpointRecord.h"
 #include "plugin/Log.h"
 #include "plugin/TextConversion.h"
+
+#include <mmdeviceapi.h>
+#include <setupapi.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string>
 
 namespace
 {

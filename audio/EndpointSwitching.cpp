@@ -4,6 +4,7 @@
 
 #include "audio/ComApartment.h"
 #include "audio/CreatedComObject.h"
+#include "audio/EndpointRecord.h"
 #include "audio/ModuleEndpoints.h"
 #include "audio/PolicyConfig.h"
 #include "feature/FeatureState.h"

@@ -3,6 +3,9 @@
 #include "connector/ServerReadyEvent.h"
 #include "device/IDevConnecter.h"
 #include "device/IpcProxy.h"
+#include "device/VynTypes.h"
+#include "ipc/TagIPCMessageItem.h"
+#include "plugin/OwnedHandle.h"
 #include "plugin/ThreadSafety.h"
 
 #include <atomic>

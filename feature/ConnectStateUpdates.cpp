@@ -6,6 +6,7 @@
 
 #include "ipc/IpcBufferBuild.h"
 #include "ipc/QvIpcPackage.h"
+#include "ipc/TagIPCMessageItem.h"
 
 #include <windows.h>
 

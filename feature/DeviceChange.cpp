@@ -7,6 +7,7 @@
 
 #include "ipc/IpcBufferBuild.h"
 #include "ipc/QvIpcPackage.h"
+#include "ipc/TagIPCMessageItem.h"
 
 namespace
 {

@@ -1,12 +1,14 @@
 // The feature handler's operations towards the host, and the reports of endpoint changes that answer them.
 #include "feature/HeadsetAudioFeatureHandler.h"
 
+#include "audio/EndpointRecord.h"
 #include "audio/ModuleEndpoints.h"
 #include "feature/FeatureState.h"
 #include "plugin/Log.h"
 
 #include "accessory/AccessoryBaseSdk.h"
 #include "device/VynProviderProxy.h"
+#include "device/VynTypes.h"
 
 #include <windows.h>
 

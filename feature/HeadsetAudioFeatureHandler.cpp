@@ -10,8 +10,12 @@
 #include "plugin/ModulePin.h"
 #include "plugin/WeakCallback.h"
 
+#include "device/IProvider.h"
 #include "device/VynProviderProxy.h"
 #include "ipc/IPCMessageClient.h"
+#include "ipc/TagIPCMessageItem.h"
+
+#include <windows.h>
 
 #include <thread>
 #include <utility>

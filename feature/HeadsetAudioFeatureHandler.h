@@ -2,6 +2,7 @@
 
 #include "audio/ComPtrInApartment.h"
 #include "audio/EarEndpointInfo.h"
+#include "audio/EndpointRecord.h"
 #include "connector/ServerReadyEvent.h"
 #include "feature/CoopTask.h"
 #include "plugin/OwnedHandle.h"
@@ -10,9 +11,14 @@
 
 #include "device/IDevFeatureHandler.h"
 #include "device/IpcProxy.h"
+#include "device/VynTypes.h"
+#include "ipc/IPCMessageClient.h"
+#include "ipc/TagIPCMessageItem.h"
 #include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
 
 #include <endpointvolume.h>
+#include <windows.h>
 
 #include <atomic>
 #include <condition_variable>

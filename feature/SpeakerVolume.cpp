@@ -4,6 +4,7 @@
 #include "audio/AudioIdentifiers.h"
 #include "audio/CoTaskText.h"
 #include "audio/ComApartment.h"
+#include "audio/ComPtr.h"
 #include "audio/CreatedComObject.h"
 #include "plugin/Log.h"
 

@@ -5,14 +5,17 @@
 #include "plugin/Log.h"
 #include "plugin/WeakCallback.h"
 
+#include "device/VynTypes.h"
 #include "tips/OrbTipsManager.h"
 #include "tips/TipsPopUpWnd.h"
+#include "tips/TipsTypes.h"
 #include "uistrings/CoheronUtilClass.h"
 #include "uistrings/UICulture.h"
 #include "uistrings/UIStringLocale.h"
 
 #include <windows.h>
 
+#include <cstddef>
 #include <string_view>
 
 namespace

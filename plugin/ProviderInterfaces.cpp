@@ -19,6 +19,7 @@ template class VYN_PROVIDER_API std::enable_shared_from_this<VynCore::IProvider>
 #include "device/IDevFeatureHandler.h"
 #include "device/IDevFinder.h"
 #include "device/IToolProvider.h"
+#include "device/VynTypes.h"
 
 namespace
 {
