@@ -1,0 +1,4 @@
+int Unknown()
+{
+    return nobodyDeclaredThis;
+}

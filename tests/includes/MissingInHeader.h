@@ -1,0 +1,8 @@
+#pragma once
+
+#include "tests/includes/Clock.h"
+
+inline std::size_t SizeOfClock()
+{
+    return sizeof(Clock);
+}

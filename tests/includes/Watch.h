@@ -1,0 +1,5 @@
+#pragma once
+
+#include "tests/includes/Clock.h"
+
+bool IsOver(const Clock& clock);
