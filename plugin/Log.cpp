@@ -24,7 +24,7 @@ wchar_t Widened(const std::wstringstream& line, char byte)
 void InsertNarrow(std::wstringstream& line, std::string_view text)
 {
     const bool isOfCharacters =
-        std::ranges::none_of(text, [&line](char byte) { return line.widen(byte) == noCharacter; });
+        std::none_of(text.begin(), text.end(), [&line](char byte) { return line.widen(byte) == noCharacter; });
     if (!isOfCharacters)
     {
         if (const auto whole = TextConversion::ToWideStrictly(text))
