@@ -87,6 +87,7 @@ set_property(DIRECTORY ${CMAKE_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPEN
 configure_file(${CMAKE_SOURCE_DIR}/native/src/SanitizerOptions.cpp.in ${CMAKE_BINARY_DIR}/SanitizerOptions.cpp @ONLY)
 
 include_directories(${CMAKE_SOURCE_DIR}/native/include) # before the targets' own: see simulator/audio/ there
+set(LIST_DEVICE_NODES ON)
 add_subdirectory(native)
 link_libraries(windows_stand_in)
 
@@ -117,7 +118,9 @@ function(replace_what_is_of_the_platform)
     replace_source(sim_support ImportPatch.cpp simulator/ImportPatch.cpp)
     replace_source(sim_wire wire/PipeConnection.cpp simulator/PipeConnection.cpp)
     replace_source(sim_wire wire/PipeListener.cpp simulator/PipeListener.cpp)
-    replace_source(sim_bluetooth BluetoothDevices.cpp simulator/BluetoothDevices.cpp)
+    replace_source(sim_bluetooth DeviceClients.cpp simulator/DeviceClients.cpp)
+    drop_source(sim_bluetooth DeviceSets.cpp) # the stand-in for the platform has these
+    drop_source(sim_bluetooth DeviceTree.cpp)
     if(BUILD_TESTING)
         replace_source(test_support Watchdog.cpp support/Watchdog.cpp)
         if(NATIVE_SANITIZERS)

@@ -6,7 +6,7 @@
 #include "audio/ModuleEndpoints.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
 #include "native/src/ClassRegistration.h"
-#include "native/src/DeviceTree.h"
+#include "simulator/audio/DeviceTree.h"
 #include "simulator/host/HostControl.h"
 #include "tests/audio/FakeDevices.h"
 
@@ -73,7 +73,7 @@ struct FuzzedDefault
 
 struct Platform
 {
-    std::vector<native::DeviceNode> nodes{};
+    std::vector<sim::DeviceNode> nodes{};
     std::vector<FuzzedEndpoint> endpoints{};
     HRESULT creationResult = S_OK;
     HRESULT enumerationResult = S_OK;
@@ -211,7 +211,7 @@ public:
         *object = platform.creationResult == S_OK ? static_cast<IMMDeviceEnumerator*>(new Enumerator()) : nullptr;
         return platform.creationResult;
     }
-    HRESULT STDMETHODCALLTYPE LockServer(WINBOOL) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return E_NOTIMPL; }
 };
 
 HRESULT GiveFactory(REFCLSID, REFIID, void** object)
@@ -280,9 +280,9 @@ std::vector<BYTE> ReadHardwareIds(fuzz::Input& input)
     return bytes;
 }
 
-native::DeviceNode ReadNode(fuzz::Input& input)
+sim::DeviceNode ReadNode(fuzz::Input& input)
 {
-    native::DeviceNode node{.instanceId = L"BTHENUM\\", .setupClass = bluetoothClass};
+    sim::DeviceNode node{.instanceId = L"BTHENUM\\", .setupClass = bluetoothClass};
     node.instanceId += static_cast<wchar_t>(L'a' + input.Pick(26));
     const std::uint8_t flags = input.Byte();
     if ((flags & 7) != 0)
@@ -391,7 +391,7 @@ std::optional<std::string> KeyOf(const std::wstring& hardwareId)
     return std::to_string(std::strtoull(digits.c_str(), nullptr, 16));
 }
 
-std::wstring FirstIdOf(const native::DeviceNode& node)
+std::wstring FirstIdOf(const sim::DeviceNode& node)
 {
     constexpr std::size_t room = 260 * sizeof(wchar_t);
     const auto property = node.properties.find(hardwareIdsKey);
@@ -407,8 +407,8 @@ std::wstring FirstIdOf(const native::DeviceNode& node)
 std::string HeadsetIn(const std::wstring& container)
 {
     constexpr std::size_t room = 4096;
-    std::map<std::wstring, const native::DeviceNode*> nodes; // the first of several of one id
-    for (const native::DeviceNode& node : platform.nodes)
+    std::map<std::wstring, const sim::DeviceNode*> nodes; // the first of several of one id
+    for (const sim::DeviceNode& node : platform.nodes)
     {
         nodes.try_emplace(node.instanceId, &node);
     }
@@ -599,7 +599,7 @@ void CheckHardwareId(const std::wstring& hardwareId)
 void Forget()
 {
     platform = {};
-    native::DeviceTree::Clear();
+    sim::DeviceTree::Clear();
     ModuleEndpoints::Instance().endpointList.clear();
     ModuleEndpoints::Instance().defaultSet.clear();
     fuzz::ForgetRecords();
@@ -616,9 +616,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     static_cast<void>(isRegistered);
     fuzz::Input input(bytes, size);
     platform = ReadPlatform(input);
-    for (const native::DeviceNode& node : platform.nodes)
+    for (const sim::DeviceNode& node : platform.nodes)
     {
-        native::DeviceTree::Add(node);
+        sim::DeviceTree::Add(node);
     }
     CheckLookUps();
     CheckSpeaker(*handler);

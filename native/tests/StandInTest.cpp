@@ -1,7 +1,7 @@
 // The stand-in for the platform, where the module's tests rely on it without telling.
 #include "native/src/Channel.h"
-#include "native/src/DeviceTree.h"
 #include "native/src/KernelObject.h"
+#include "simulator/audio/DeviceTree.h"
 
 #include <gtest/gtest.h>
 
@@ -163,11 +163,11 @@ TEST(StandIn, AFullChannelTakesNoMore)
 TEST(StandIn, ASetOfNodesIsWhatTheTreeWas)
 {
     const GUID setupClass = {1, 2, 3, {4}};
-    EXPECT_TRUE(native::DeviceTree::Add({.instanceId = L"B", .setupClass = setupClass}));
-    EXPECT_FALSE(native::DeviceTree::Add({.instanceId = L"B"}));
-    EXPECT_TRUE(native::DeviceTree::Add({.instanceId = L"C"}));
+    EXPECT_TRUE(sim::DeviceTree::Add({.instanceId = L"B", .setupClass = setupClass}));
+    EXPECT_FALSE(sim::DeviceTree::Add({.instanceId = L"B"}));
+    EXPECT_TRUE(sim::DeviceTree::Add({.instanceId = L"C"}));
     const HDEVINFO set = SetupDiGetClassDevsW(&setupClass, nullptr, nullptr, DIGCF_PRESENT);
-    EXPECT_TRUE(native::DeviceTree::Remove(L"B"));
+    EXPECT_TRUE(sim::DeviceTree::Remove(L"B"));
     SP_DEVINFO_DATA node{};
     node.cbSize = sizeof(node);
     EXPECT_TRUE(SetupDiEnumDeviceInfo(set, 0, &node));

@@ -103,10 +103,10 @@ void SetProperties(const DeviceSet& set, SP_DEVINFO_DATA& device, const Bluetoot
 
 /// HKEY_LOCAL_MACHINE of this process, for as long as it lives. It is not volatile, since SetupAPI makes keys below it
 /// that are not; the tree is deleted at the end.
-class BluetoothDevices::PrivateMachineKey
+class BluetoothDevices::PrivateMachine
 {
 public:
-    PrivateMachineKey() : path_(L"Software\\SimulatedDevices\\" + std::to_wstring(GetCurrentProcessId()))
+    PrivateMachine() : path_(L"Software\\SimulatedDevices\\" + std::to_wstring(GetCurrentProcessId()))
     {
         RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str()); // what an earlier process of this number left
         CheckStatus(
@@ -114,21 +114,21 @@ public:
             "RegCreateKeyExW");
         CheckStatus(RegOverridePredefKey(HKEY_LOCAL_MACHINE, key_), "RegOverridePredefKey");
     }
-    ~PrivateMachineKey()
+    ~PrivateMachine()
     {
         RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         RegCloseKey(key_);
         RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
     }
-    PrivateMachineKey(const PrivateMachineKey&) = delete;
-    PrivateMachineKey& operator=(const PrivateMachineKey&) = delete;
+    PrivateMachine(const PrivateMachine&) = delete;
+    PrivateMachine& operator=(const PrivateMachine&) = delete;
 
 private:
     const std::wstring path_;
     HKEY key_ = nullptr;
 };
 
-BluetoothDevices::BluetoothDevices() : machineKey_(std::make_unique<PrivateMachineKey>()) {}
+BluetoothDevices::BluetoothDevices() : machine_(std::make_unique<PrivateMachine>()) {}
 
 BluetoothDevices::~BluetoothDevices() = default;
 

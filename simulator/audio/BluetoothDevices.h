@@ -23,8 +23,9 @@ struct BluetoothNode
 };
 
 /// The present Bluetooth device nodes of this process, as SetupAPI shows them: empty at first, whatever the machine has.
-/// While it lives, HKEY_LOCAL_MACHINE of this process is a key of its own, so that processes that run in parallel do not
-/// see each other's nodes. SetupAPI lists the nodes in the alphabetical order of their instance ids; those that are made
+/// Under Wine, SetupAPI keeps them in the registry: while it lives, HKEY_LOCAL_MACHINE of this process is a key of its
+/// own, so that processes that run in parallel do not see each other's nodes. On Windows, where a node takes a driver, the
+/// imports of SetupAPI's operations are replaced, in the program and in the module. SetupAPI lists the nodes in the alphabetical order of their instance ids; those that are made
 /// here ("BTHENUM\SIM_00000001\1", ...) sort in the order of adding.
 ///
 /// At most one object at a time in a process. Make it before other threads use the registry, destroy it after they have
@@ -49,11 +50,11 @@ public:
     BluetoothDevices& operator=(const BluetoothDevices&) = delete;
 
 private:
-    class PrivateMachineKey;
+    class PrivateMachine;
 
     std::wstring InstanceIdOf(const BluetoothNode& node);
 
-    std::unique_ptr<PrivateMachineKey> machineKey_;
+    std::unique_ptr<PrivateMachine> machine_;
     std::atomic<unsigned> idsMade_ = 0;
 };
 

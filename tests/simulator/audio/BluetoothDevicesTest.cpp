@@ -209,6 +209,9 @@ TEST(BluetoothDevicesTest, FailuresAreThrown)
 
 TEST(BluetoothDevicesTest, NothingIsLeftWhenItEnds)
 {
+#ifdef DEVICE_NODES_ARE_LISTED
+    GTEST_SKIP() << "the nodes are no keys of the registry in this build, so none could be left";
+#endif
     const std::wstring key = L"Software\\SimulatedDevices\\" + std::to_wstring(GetCurrentProcessId());
     HKEY opened = nullptr;
     {

@@ -1,9 +1,9 @@
-#include "native/src/DeviceTree.h"
+#include "simulator/audio/DeviceTree.h"
 
 #include <mutex>
 #include <utility>
 
-namespace native::DeviceTree
+namespace sim::DeviceTree
 {
 
 namespace
@@ -61,4 +61,4 @@ std::vector<DeviceNode> NodesOf(const GUID& setupClass)
     return nodes;
 }
 
-} // namespace native::DeviceTree
+} // namespace sim::DeviceTree

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <windows.h>
+
 #include <devpropdef.h>
 
 #include <map>
 #include <string>
 #include <vector>
 
-namespace native
+namespace sim
 {
 
 /// The bytes of one property of a device node, by the number of its key.
@@ -36,4 +38,4 @@ void Clear();
 std::vector<DeviceNode> NodesOf(const GUID& setupClass);
 } // namespace DeviceTree
 
-} // namespace native
+} // namespace sim

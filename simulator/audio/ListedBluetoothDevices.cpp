@@ -1,7 +1,9 @@
-// Bluetooth device nodes in the stand-in's tree, in the place of the registry.
+// Bluetooth device nodes that SetupAPI itself knows nothing of: its operations are replaced at the imports of those that
+// call them. In the place of BluetoothDevices.cpp, for Windows, which takes its nodes from the machine's drivers.
 #include "simulator/audio/BluetoothDevices.h"
 
-#include "native/src/DeviceTree.h"
+#include "simulator/audio/DeviceClients.h"
+#include "simulator/audio/DeviceTree.h"
 
 #include <cwchar>
 #include <stdexcept>
@@ -34,23 +36,26 @@ std::vector<BYTE> StringList(const std::vector<std::wstring>& texts)
 
 } // namespace
 
-/// The stand-in's device nodes are this process's already.
-class BluetoothDevices::PrivateMachineKey
+/// An empty tree, and clients that see it, for as long as it lives.
+class BluetoothDevices::PrivateMachine
 {
 public:
-    PrivateMachineKey() { native::DeviceTree::Clear(); }
-    ~PrivateMachineKey() { native::DeviceTree::Clear(); }
-    PrivateMachineKey(const PrivateMachineKey&) = delete;
-    PrivateMachineKey& operator=(const PrivateMachineKey&) = delete;
+    PrivateMachine() { DeviceTree::Clear(); }
+    ~PrivateMachine() { DeviceTree::Clear(); }
+    PrivateMachine(const PrivateMachine&) = delete;
+    PrivateMachine& operator=(const PrivateMachine&) = delete;
+
+private:
+    DeviceClients clients_;
 };
 
-BluetoothDevices::BluetoothDevices() : machineKey_(std::make_unique<PrivateMachineKey>()) {}
+BluetoothDevices::BluetoothDevices() : machine_(std::make_unique<PrivateMachine>()) {}
 
 BluetoothDevices::~BluetoothDevices() = default;
 
 std::wstring BluetoothDevices::AddNode(const BluetoothNode& node)
 {
-    native::DeviceNode added{.instanceId = InstanceIdOf(node), .setupClass = bluetoothClass};
+    DeviceNode added{.instanceId = InstanceIdOf(node), .setupClass = bluetoothClass};
     if (node.containerId)
     {
         added.properties[baseContainerIdKey] = {DEVPROP_TYPE_GUID, Bytes(&*node.containerId, sizeof(GUID))};
@@ -59,7 +64,7 @@ std::wstring BluetoothDevices::AddNode(const BluetoothNode& node)
     {
         added.properties[hardwareIdsKey] = {DEVPROP_TYPE_STRING_LIST, StringList(*node.hardwareIds)};
     }
-    if (!native::DeviceTree::Add(added))
+    if (!DeviceTree::Add(added))
     {
         throw std::runtime_error("there is a node of that instance id already");
     }
@@ -68,7 +73,7 @@ std::wstring BluetoothDevices::AddNode(const BluetoothNode& node)
 
 void BluetoothDevices::RemoveNode(const std::wstring& instanceId)
 {
-    if (!native::DeviceTree::Remove(instanceId))
+    if (!DeviceTree::Remove(instanceId))
     {
         throw std::runtime_error("there is no node of that instance id");
     }
