@@ -92,6 +92,20 @@ install_packages() {
         "${become_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
 }
 
+# unpack_package PACKAGE: its files, for a package that cannot be installed beside others, in the build folder, below
+# packages/PACKAGE; nothing when they are there.
+unpack_package() {
+    local folder=$build/packages
+    [ -d "$folder/$1" ] && return 0
+    say "unpacking $1"
+    rm -rf "$folder/$1".*
+    mkdir -p "$folder/$1.deb" || die "cannot make the folder $folder/$1.deb"
+    (cd "$folder/$1.deb" && run_logged "$build/logs/apt-download.log" "apt-get could not download $1" apt-get download "$1") ||
+        exit 1
+    run_logged "$build/logs/unpack.log" "$1 could not be unpacked" dpkg-deb -x "$folder/$1.deb/"*.deb "$folder/$1.new"
+    mv "$folder/$1.new" "$folder/$1"
+}
+
 # --- build ---
 
 # build_targets TARGET...: configures, and builds the targets.
@@ -103,30 +117,6 @@ build_targets() {
     run_logged "$build/logs/build.log" "building failed" \
         cmake --build "$build" --parallel "$(nproc)" --target "$@"
 }
-
-# --- clang's tools ---
-
-# set_target_flags VERSION: sets target_flags to what clang of that version needs to read our sources as the target's
-# compiler does. It takes the headers of the cross compiler, in its order, but its own in place of GCC's.
-set_target_flags() {
-    local compiler=x86_64-w64-mingw32-g++-posix folder own
-    have "$compiler" || die "$compiler is missing (package g++-mingw-w64-x86-64-posix)"
-    own=$(compgen -G "/usr/lib/llvm-$1/lib/clang/*/include" | tail -n 1)
-    [ -n "$own" ] || die "clang's own headers are missing (package libclang-common-$1-dev)"
-    target_flags=(--target=x86_64-w64-mingw32 -std=c++20 -nostdinc)
-    while read -r folder; do
-        folder=$(realpath "$folder")
-        case $folder in
-            */lib/gcc/*/include) folder=$own ;;
-            */include-fixed) continue ;;
-        esac
-        target_flags+=(-isystem "$folder")
-    done < <("$compiler" -E -v -x c++ /dev/null 2>&1 >/dev/null | sed -n '/^#include </,/^End of/{/^ /p}')
-    target_flags+=(-I"$root" -I"$root/hostsdk" "${common_definitions[@]}")
-}
-
-# As in cmake/warnings.cmake.
-common_definitions=(-DNOMINMAX -DWIN32_LEAN_AND_MEAN -DUNICODE -D_UNICODE -D_WIN32_WINNT=0x0A00)
 
 # --- sanitizers ---
 

@@ -10,6 +10,7 @@ set -uo pipefail
 
 check_system
 ensure_packages "${build_packages[@]}" "${run_packages[@]}" "${test_packages[@]}" "${native_packages[@]}"
+unpack_package libc++-19-dev
 build_targets all
 start_wine
 

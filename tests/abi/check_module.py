@@ -68,7 +68,9 @@ class Contract:
             self.slots[name].write(tables.slot_lines(name, module.slots[name]))
         for name in filter(chosen, module.records):
             table = self.fields[name]
-            table.write(tables.field_lines(name, module.records[name], tables.listed_fields(table.lines)))
+            lines = tables.field_lines(name, module.records[name], tables.listed_fields(table.lines))
+            head, *fields = tables.with_known_numbers(lines, table.lines)
+            table.write([head, "", *fields])
         if chosen("exports"):
             self.exports.write(tables.name_lines(microsoft.undecorate(module.exports)))
 

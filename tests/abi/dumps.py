@@ -38,9 +38,9 @@ def _operation(text):
     return re.sub(r" \[scalar deleting\]| \[\w+ = [^]]*\]", "", text)
 
 
-def records(dump, wanted):
+def records(dump, wanted, microsofts_library=False):
     """The fields of the wanted records: {record: [(offset, name, type), ..., ("size", size)]}; bases stand among
-    them, in parentheses. Offsets and sizes are numbers, or UNKNOWN."""
+    them, in parentheses. Offsets and sizes are numbers, or UNKNOWN where another library than Microsoft's decides."""
     found = {}
     for layout in dump.split("*** Dumping AST Record Layout\n")[1:]:
         lines = [(int(offset), len(indent) // 2, text)
@@ -50,7 +50,8 @@ def records(dump, wanted):
             raise DumpError(f"not a record's layout:\n{layout}")
         name = _plain(lines[0][2])
         if name in wanted:
-            _keep(found, name, _fields(_members(lines[1:], 1), int(size.group(1))))
+            members = _members(lines[1:], 1)
+            _keep(found, name, _fields(members, int(size.group(1)), microsofts_library))
     return found
 
 
@@ -62,20 +63,21 @@ def _members(lines, depth):
             for start, end in zip(starts, ends)]
 
 
-def _fields(members, size):
+def _fields(members, size, microsofts_library):
     rows, is_known = [], True
     for offset, text, parts in members:
         if text.startswith("(vtordisp"):  # the compiler's own; no member
             continue
         rows.append((offset if is_known else UNKNOWN, *_name_and_type(text)))
-        is_known = is_known and _is_same_size(text, parts)
+        is_known = is_known and (microsofts_library or _is_same_size(text, parts))
     return [*rows, ("size", size if is_known else UNKNOWN)]
 
 
 def _plain(text):
     """A type without the words that C++ does not ask for."""
     text = re.sub(r"\b(class|struct|union|enum) ", "", text)
-    return re.sub(r"\b_Bool\b", "bool", text.replace(" (empty)", "")).strip()
+    text = re.sub(r"\b_Bool\b", "bool", text.replace(" (empty)", "").replace("> >", ">>")).strip()
+    return text.replace("std::basic_string<char>", "std::string").replace("std::basic_string<wchar_t>", "std::wstring")
 
 
 def _name_and_type(text):

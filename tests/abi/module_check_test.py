@@ -126,9 +126,9 @@ class ModuleCheckTest(unittest.TestCase):
                     r"\g<0>\n    std::string deviceReserved;")
         self.assertEqual(
             self.tree.complaints(fields=["EndpointRecord"]),
-            ["EndpointRecord, member 1: expected `~ deviceReserved std::string`,"
+            ["EndpointRecord, member 1: expected `32 deviceReserved std::string`,"
              " found `~ deviceStateName std::string`",
-             "EndpointRecord, member 2: expected `~ deviceStateName std::string`,"
+             "EndpointRecord, member 2: expected `64 deviceStateName std::string`,"
              " found `~ deviceReserved std::string`"])
 
     def test_a_field_less_moves_the_ones_behind_it(self):
@@ -150,7 +150,7 @@ class ModuleCheckTest(unittest.TestCase):
                     r"\g<0>\n    std::int32_t more = 0;")
         self.assertEqual(
             self.tree.complaints(fields=["VynCore::DevFeatureStateInfo"]),
-            ["VynCore::DevFeatureStateInfo, member 3: expected `size ~`, found `~ more std::int32_t`",
+            ["VynCore::DevFeatureStateInfo, member 3: expected `size 40`, found `~ more std::int32_t`",
              "VynCore::DevFeatureStateInfo, member 4: expected `none`, found `size ~`"])
 
     def test_a_field_that_is_given_another_name(self):
@@ -178,7 +178,7 @@ class ModuleCheckTest(unittest.TestCase):
                     r"    std::uint64_t privateCount = 0;\n\g<0>")
         self.assertEqual(
             self.tree.complaints(fields=["TaskLoop"]),
-            ["TaskLoop, member 11: expected `~ wakeCondition std::shared_ptr<std::condition_variable>`,"
+            ["TaskLoop, member 11: expected `272 wakeCondition std::shared_ptr<std::condition_variable>`,"
              " found `~ privateCount std::uint64_t`"])
 
     def test_an_export_less(self):

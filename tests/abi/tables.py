@@ -101,6 +101,19 @@ def field_lines(name, rows, listed=None):
     return [f"class {name}", "", *texts]
 
 
+def with_known_numbers(lines, table):
+    """The lines of a record, with the table's numbers in the place of those that are not known, up to the first member
+    that is another one than the table's."""
+    kept = []
+    fields = [line for line in lines if line.strip()]
+    for index, line in enumerate(fields):
+        same = index < len(table) and _with_number_of(*_words([line, table[index]])) == _words([table[index]])[0]
+        if not same:
+            return [*kept, *fields[index:]]
+        kept.append(table[index])
+    return kept
+
+
 def listed_fields(lines):
     """How many fields a table names before it allows others; None when it allows none."""
     words = _words(lines[1:])
@@ -117,15 +130,24 @@ def _words(lines):
 
 
 def compare_fields(name, expected, rows):
-    """The differences between a record's table and its layout, one line each, that name record and member."""
+    """The differences between a record's table and its layout, one line each, that name record and member. What is not
+    known of the layout agrees with any number."""
     wanted = _words(expected[1:])
     found = _words(field_lines(name, rows, listed_fields(expected))[2:])
     complaints = []
     for index in range(max(len(wanted), len(found))):
         left, right = _row(wanted, index), _row(found, index)
-        if left != right:
+        if left != right and left != _with_number_of(right, left):
             complaints.append(f"{name}, member {index}: expected `{left}`, found `{right}`")
     return complaints
+
+
+def _with_number_of(row, other):
+    """The row with the other's offset or size in the place of one that is not known."""
+    if row == "size ~":
+        return other if re.fullmatch(r"size \d+", other) else row
+    number = re.match(r"\d+ ", other)
+    return number.group() + row[2:] if row.startswith("~ ") and number else row
 
 
 def _row(rows, index):

@@ -117,6 +117,26 @@ class FieldsTest(unittest.TestCase):
         expected = ["class A", "0 (pointer) vftable", "8 first int", "...", "~ (virtual base) Base"]
         self.assertEqual(tables.compare_fields("A", expected, FIELDS), [])
 
+    def test_what_is_not_known_of_a_layout_agrees_with_any_number(self):
+        rows = ["class A", "0 (pointer) vftable", "8 first int", "16 second std::string", "48 own bool"]
+        self.assertEqual(tables.compare_fields("A", [*rows, "64 (virtual base) Base", "size 88"], FIELDS), [])
+        self.assertEqual(tables.compare_fields("A", [*rows, "64 (virtual base) Other", "size 88"], FIELDS),
+                         ["A, member 4: expected `64 (virtual base) Other`, found `~ (virtual base) Base`"])
+
+    def test_what_is_known_agrees_with_its_own_number_alone(self):
+        rows = [(0, "first", "int"), ("size", 4)]
+        self.assertEqual(tables.compare_fields("A", ["class A", "8 first int", "size ~"], rows),
+                         ["A, member 0: expected `8 first int`, found `0 first int`",
+                          "A, member 1: expected `size ~`, found `size 4`"])
+
+    def test_numbers_that_are_known_stay_up_to_the_first_change(self):
+        table = ["class A", "     0  (pointer)               vftable", "     8  first                   int",
+                 "    16  second                  std::string", "    48  own                     bool",
+                 "    64  (virtual base)          Base", "size 88"]
+        self.assertEqual(tables.with_known_numbers(tables.field_lines("A", FIELDS), table), table)
+        self.assertEqual(tables.with_known_numbers(tables.field_lines("A", [*FIELDS[:3], *FIELDS[4:]]), table),
+                         [*table[:4], "     ~  (virtual base)          Base", "size ~"])
+
     def test_the_base_behind_them_is_not(self):
         expected = ["class A", "0 (pointer) vftable", "8 first int", "...", "~ (virtual base) Other"]
         self.assertEqual(tables.compare_fields("A", expected, FIELDS),
