@@ -1,5 +1,6 @@
 // Cooperations that meet one another, a stop or a host that fails; and what the module's calls leave behind.
 #include "tests/contract/ContractTest.h"
+#include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
 
 #include "ipc/IPCMessageClient.h"
@@ -71,10 +72,7 @@ std::string Shortened(const std::string& serial)
 TEST_F(ShortCooperations, GivenUpOnceEvenIfTheHostFails)
 {
     Start();
-    const ImportPatch patch(
-        module.Handle(), "AccessoryBase.dll",
-        "_ZN16AccessoryBaseSdk22GetLastTwoSerialNumberERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
-        &Shortened);
+    const ImportPatch patch(module.Handle(), "AccessoryBase.dll", imported::getLastTwoSerialNumber, &Shortened);
     int waitsForConfirmation = 0; // of the worker alone, as are all these waits
     waits->SetHook([&](DWORD length) { isMemoryShort = length == 10000 && ++waitsForConfirmation == 1; });
     EXPECT_EQ(Handler().DisableFeature(Device(otherMac)), 0); // of a headset that nothing is known of
@@ -157,10 +155,7 @@ private:
     std::promise<void> changesMayGoOn_;
     std::atomic<bool> hasErased_ = false;
     int workersWaits_ = 0; // of the worker alone
-    const ImportPatch patch_{module.Handle(), "QvLogger.dll",
-                             "_ZN8QvLogger3LogE17LOG_MESSAGE_LEVELRNSt7__cxx1118basic_stringstreamIwSt11char_traitsIwE"
-                             "SaIwEEE",
-                             &LogAndGoOn};
+    const ImportPatch patch_{module.Handle(), "QvLogger.dll", imported::logStream, &LogAndGoOn};
 };
 
 TEST_F(LateConfirmation, DoesNotEndTheWaitOfTheHeadsetsNextCooperation)
@@ -289,6 +284,8 @@ TEST_F(Cooperations, ServicesLibraryGetsNoException)
     EXPECT_THAT(Story({"ipc"}), Not(Contains("ipc callback of 12144177 threw")));
 }
 
+#ifndef _MSC_VER // there the module has the allocation functions inside, and imports none
+
 std::atomic<std::uint32_t> countedThread = 0;
 std::atomic<int> liveArrays = 0;
 
@@ -342,6 +339,8 @@ TEST_F(IdCopies, AreFreedByEveryQuestion)
     EXPECT_EQ(Handler().GetFeatureState(mac).state, 0);
     EXPECT_EQ(liveArrays, 0);
 }
+
+#endif
 
 } // namespace
 

@@ -1,11 +1,13 @@
 // A host whose calls throw: what it was asked for may be left undone, everything else is done.
 #include "tests/contract/ContractTest.h"
+#include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LogLines.h"
 
 #include "device/IpcProxy.h"
 #include "device/VynProviderProxy.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <vector>
 
@@ -18,7 +20,6 @@ namespace
 using testing::ElementsAreArray;
 
 constexpr const char* deviceSdk = "VynDeviceSdk.dll";
-constexpr const char* registProvider = "_ZN7VynCore16VynProviderProxy14RegistProviderEPNS_9IProviderE";
 
 [[noreturn]] void Throw()
 {
@@ -65,12 +66,13 @@ constexpr const char* handlersDropping = "ipc UnRegisterMessageCallbackAll 12144
 
 // Counts the loops that are stopped: their threads are joined.
 int joins = 0;
-void (*originalJoin)(void*) = nullptr;
+using Join = std::intptr_t(void* thread, void* exitCode); // one of the runtimes has neither result nor second argument
+Join* originalJoin = nullptr;
 
-void NoteJoin(void* thread)
+std::intptr_t NoteJoin(void* thread, void* exitCode)
 {
     ++joins;
-    originalJoin(thread);
+    return originalJoin(thread, exitCode);
 }
 
 class ThrowingHosts : public ContractTest, public testing::WithParamInterface<ThrowingCall>
@@ -81,8 +83,8 @@ protected:
     {
         const ThrowingCall& call = GetParam();
         const ImportPatch throwing(module.Handle(), call.dll, call.function, call.replacement);
-        const ImportPatch join(module.Handle(), "libstdc++-6.dll", "_ZNSt6thread4joinEv", &NoteJoin);
-        originalJoin = join.Original<void(void*)>();
+        const ImportPatch join(module.Handle(), imported::runtime, imported::joinThread, &NoteJoin);
+        originalJoin = join.Original<Join>();
         joins = 0;
         EXPECT_NO_THROW(EXPECT_FALSE((*plugin)->UnInit()));
     }
@@ -113,30 +115,28 @@ TEST_P(ThrowingHosts, UnInitGoesOn)
     EXPECT_EQ(sim::Timeline::Instance().Count("log4", "CreateEvent. ret=1(HeadsetAudioFeatureHandler::Init)"), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Each, ThrowingHosts,
-    testing::Values(ThrowingCall{"UnRegistProvider",
-                                 deviceSdk,
-                                 "_ZN7VynCore16VynProviderProxy16UnRegistProviderEPNS_9IProviderE",
-                                 reinterpret_cast<void*>(&ThrowFromProviders),
-                                 {stopped, dropping, handlersStopped, handlersDropping}},
-                    ThrowingCall{
-                        "PostMsg",
-                        deviceSdk,
-                        "_ZN7VynCore8IpcProxy7PostMsgEiiRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
-                        reinterpret_cast<void*>(&ThrowFromPost),
-                        {withdrawal, dropping, handlersWithdrawal, handlersDropping}},
-                    ThrowingCall{"GetIpcClient",
-                                 deviceSdk,
-                                 "_ZN7VynCore8IpcProxy12GetIpcClientEv",
-                                 reinterpret_cast<void*>(&ThrowFromGetClient),
-                                 {withdrawal, stopped, handlersWithdrawal, handlersStopped}},
-                    ThrowingCall{"UnRegisterMessageCallbackAll",
-                                 "QvIpc.dll",
-                                 "_ZN16IPCMessageClient28UnRegisterMessageCallbackAllEv",
-                                 reinterpret_cast<void*>(&ThrowFromDropping),
-                                 {withdrawal, stopped, handlersWithdrawal, handlersStopped}}),
-    [](const auto& tested) { return tested.param.name; });
+INSTANTIATE_TEST_SUITE_P(Each, ThrowingHosts,
+                         testing::Values(ThrowingCall{"UnRegistProvider",
+                                                      deviceSdk,
+                                                      imported::unRegistProvider,
+                                                      reinterpret_cast<void*>(&ThrowFromProviders),
+                                                      {stopped, dropping, handlersStopped, handlersDropping}},
+                                         ThrowingCall{"PostMsg",
+                                                      deviceSdk,
+                                                      imported::postText,
+                                                      reinterpret_cast<void*>(&ThrowFromPost),
+                                                      {withdrawal, dropping, handlersWithdrawal, handlersDropping}},
+                                         ThrowingCall{"GetIpcClient",
+                                                      deviceSdk,
+                                                      imported::getIpcClient,
+                                                      reinterpret_cast<void*>(&ThrowFromGetClient),
+                                                      {withdrawal, stopped, handlersWithdrawal, handlersStopped}},
+                                         ThrowingCall{"UnRegisterMessageCallbackAll",
+                                                      "QvIpc.dll",
+                                                      imported::dropCallbacks,
+                                                      reinterpret_cast<void*>(&ThrowFromDropping),
+                                                      {withdrawal, stopped, handlersWithdrawal, handlersStopped}}),
+                         [](const auto& tested) { return tested.param.name; });
 
 using ThrowingRegister = ContractTest;
 
@@ -144,7 +144,7 @@ TEST_F(ThrowingRegister, InitOffersItBothProviders)
 {
     StartService();
     plugin.emplace(module);
-    const ImportPatch throwing(module.Handle(), deviceSdk, registProvider, &ThrowFromProviders);
+    const ImportPatch throwing(module.Handle(), deviceSdk, imported::registProvider, &ThrowFromProviders);
     EXPECT_NO_THROW(EXPECT_FALSE((*plugin)->Init()));
     EXPECT_EQ(sim::Timeline::Instance().Count("test", "throws"), 2U);
 }

@@ -1,5 +1,6 @@
 // The tip that offers a reconnect: a tips library that misbehaves, and replies at every moment.
 #include "tests/contract/AudioMovesTest.h"
+#include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
 
 #include "tips/OrbTipsManager.h"
@@ -209,9 +210,9 @@ class TipsUnderWatch
 {
 public:
     explicit TipsUnderWatch(HMODULE module)
-        : create_(module, "QvaTips.dll", "_ZN3Qva7TipsSdk14OrbTipsManager10CreateTipsEPvNS0_11EnmTipsTypeEi", &Create),
-          close_(module, "QvaTips.dll", "_ZN3Qva7TipsSdk14OrbTipsManager9CloseTipsEPNS0_8TipsBaseE", &Close),
-          path_(module, "UiStrings.dll", "_ZN16CoheronUtilClass16GetPopWndResPathB5cxx11Ev", &Path)
+        : create_(module, "QvaTips.dll", imported::createTips, &Create),
+          close_(module, "QvaTips.dll", imported::closeTips, &Close),
+          path_(module, "UiStrings.dll", imported::getPopWndResPath, &Path)
     {
         current = this;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
 
 #include <windows.h>
@@ -21,7 +22,7 @@ public:
         page_ = page;
         original_ = ofModule_.Original<std::remove_pointer_t<decltype(original_)>>();
         // The runtime asks for each byte once, when it makes a facet.
-        const ImportPatch ofRuntime(GetModuleHandleW(L"libstdc++-6.dll"), "KERNEL32.dll", "MultiByteToWideChar",
+        const ImportPatch ofRuntime(GetModuleHandleA(imported::runtime), "KERNEL32.dll", "MultiByteToWideChar",
                                     &Convert);
         previous_ = std::locale::global(std::locale(std::locale::classic(), new std::ctype<wchar_t>));
     }
