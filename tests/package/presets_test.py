@@ -12,16 +12,23 @@ CONFIGURE = {preset["name"]: preset for preset in PRESETS["configurePresets"]}
 VISIBLE = {name for name, preset in CONFIGURE.items() if not preset.get("hidden")}  # but for the included ones
 
 
+def parents(name):
+    """The presets that one inherits from, those that count first in front."""
+    names = CONFIGURE[name].get("inherits", [])
+    return [names] if isinstance(names, str) else names
+
+
 def inherited(name, key):
-    """The value of a field that is a text, taken from the preset or from the one that it inherits from."""
-    preset = CONFIGURE[name]
-    return preset.get(key) or (inherited(preset["inherits"], key) if "inherits" in preset else None)
+    """The value of a field that is a text, taken from the preset or from those that it inherits from."""
+    found = (inherited(parent, key) for parent in parents(name))
+    return CONFIGURE[name].get(key) or next(filter(None, found), None)
 
 
 def variables(name):
-    preset = CONFIGURE[name]
-    base = variables(preset["inherits"]) if "inherits" in preset else {}
-    return {**base, **preset.get("cacheVariables", {})}
+    found = {}
+    for parent in reversed(parents(name)):
+        found |= variables(parent)
+    return found | CONFIGURE[name].get("cacheVariables", {})
 
 
 class Presets(unittest.TestCase):
@@ -40,18 +47,28 @@ class Presets(unittest.TestCase):
     def test_toolchain_files_exist(self):
         self.assertEqual(inherited("mingw-release", "toolchainFile"), "${sourceDir}/cmake/mingw-w64.cmake")
         for name in VISIBLE:
-            if file := inherited(name, "toolchainFile"):
+            file = inherited(name, "toolchainFile")
+            if file and "$env" not in file:
                 self.assertTrue((ROOT / file.replace("${sourceDir}/", "")).is_file(), f"{name}: {file}")
 
     def test_compilers_are_named_where_no_toolchain_file_does(self):
         self.assertEqual(variables("msvc-release")["CMAKE_CXX_COMPILER"], "cl")
         self.assertEqual(variables("clang-cl-release")["CMAKE_CXX_COMPILER"], "clang-cl")
 
+    def test_what_builds_tests_on_windows_has_vcpkg_and_can_run_them(self):
+        for name in VISIBLE - {"mingw-debug", "mingw-release"}:
+            with_tests = variables(name).get("BUILD_TESTING") != "OFF"
+            self.assertEqual(with_tests, name.endswith("-debug"), name)
+            self.assertEqual("vcpkg" in (inherited(name, "toolchainFile") or ""), with_tests, name)
+            self.assertEqual(name in {preset["name"] for preset in PRESETS["testPresets"]}, with_tests, name)
+        manifest = json.loads((ROOT / "vcpkg.json").read_text())
+        self.assertIn("gtest", manifest["dependencies"])
+
     def test_variables_are_cmakes_or_the_projects_own(self):
         text = (ROOT / "CMakeLists.txt").read_text()
         own = set(re.findall(r'option\((\w+)', text)) | set(re.findall(r'set\((\w+)[^)]*\bCACHE\b', text))
         self.assertIn("HOST_SDK_DIR", own)
-        known = {"CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER"} | own
+        known = {"CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER", "VCPKG_TARGET_TRIPLET"} | own
         for name in VISIBLE:
             self.assertLessEqual(variables(name).keys(), known, name)
 

@@ -1,0 +1,2 @@
+// Asks for nothing here: the build names the libraries.
+#pragma once

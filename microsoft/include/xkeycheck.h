@@ -1,0 +1,2 @@
+// Would look for keywords that are macros.
+#pragma once
