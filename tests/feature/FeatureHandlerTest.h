@@ -9,6 +9,7 @@
 #include "simulator/timeline/Timeline.h"
 #include "tests/feature/Story.h"
 #include "tests/feature/WatchedWaits.h"
+#include "tests/support/DecoratedNames.h"
 #include "tests/support/PrivateAccess.h"
 
 #include <gmock/gmock.h>
@@ -44,8 +45,7 @@ inline constexpr const char* mac = "11111822610015";      // 0A1B2C3D4E5F; **15 
 inline constexpr const char* otherMac = "18838586676582"; // 112233445566; **82 in the log
 
 /// The host's function that makes the display form of a narrow text, as `AccessoryBase.dll` exports it.
-inline constexpr const char* shortening =
-    "_ZN16AccessoryBaseSdk22GetLastTwoSerialNumberERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE";
+inline constexpr const char* shortening = imported::getLastTwoSerialNumber;
 
 /// A feature handler that is not started, with an endpoint list and a default set of the test's own.
 class FeatureHandlerTest : public testing::Test
