@@ -118,6 +118,30 @@ build_targets() {
         cmake --build "$build" --parallel "$(nproc)" --target "$@"
 }
 
+# --- clang's tools ---
+
+# set_target_flags VERSION: sets target_flags to what clang of that version needs to read our sources as the target's
+# compiler does. It takes the headers of the cross compiler, in its order, but its own in place of GCC's.
+set_target_flags() {
+    local compiler=x86_64-w64-mingw32-g++-posix folder own
+    have "$compiler" || die "$compiler is missing (package g++-mingw-w64-x86-64-posix)"
+    own=$(compgen -G "/usr/lib/llvm-$1/lib/clang/*/include" | tail -n 1)
+    [ -n "$own" ] || die "clang's own headers are missing (package libclang-common-$1-dev)"
+    target_flags=(--target=x86_64-w64-mingw32 -std=c++20 -nostdinc)
+    while read -r folder; do
+        folder=$(realpath "$folder")
+        case $folder in
+            */lib/gcc/*/include) folder=$own ;;
+            */include-fixed) continue ;;
+        esac
+        target_flags+=(-isystem "$folder")
+    done < <("$compiler" -E -v -x c++ /dev/null 2>&1 >/dev/null | sed -n '/^#include </,/^End of/{/^ /p}')
+    target_flags+=(-I"$root" -I"$root/hostsdk" "${common_definitions[@]}")
+}
+
+# As in cmake/warnings.cmake.
+common_definitions=(-DNOMINMAX -DWIN32_LEAN_AND_MEAN -DUNICODE -D_UNICODE -D_WIN32_WINNT=0x0A00)
+
 # --- sanitizers ---
 
 # Where the kernel spreads addresses far, the sanitizers of LLVM 14 do not always find room for their shadow: what a program
