@@ -11,9 +11,12 @@ BUILD_DIR=${BUILD_DIR:-$(dirname "$0")/../build-microsoft}
 # shellcheck source=scripts/lib.sh
 . "$(dirname "$0")/lib.sh"
 
-[ "${1:-}" = --stl ] && [ -n "${2:-}" ] || die "where is the standard library? test-microsoft.sh --stl FOLDER"
-stl=$(cd "$2" 2>/dev/null && pwd) && [ -r "$stl/stl/inc/yvals_core.h" ] ||
+if [ "${1:-}" != --stl ] || [ -z "${2:-}" ]; then
+    die "where is the standard library? test-microsoft.sh --stl FOLDER"
+fi
+[ -r "$2/stl/inc/yvals_core.h" ] ||
     die "$2 is no checkout of Microsoft's standard library: there is no stl/inc/yvals_core.h in it"
+stl=$(cd "$2" && pwd)
 shift 2
 
 build_in_microsofts_abi() {

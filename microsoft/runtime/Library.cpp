@@ -1,7 +1,9 @@
-// Stands in for the functions that the standard library keeps in its static part and whose own sources know more of the
-// runtime than there is here: they would take Wine's mutexes and conditions for Microsoft's.
+// Stands in for functions that the standard library keeps in its static part and whose own sources know more of the
+// runtime than there is here: they would take Wine's mutexes and conditions for Microsoft's. And for one of its DLL's that
+// Wine's has not got.
 #include <__msvc_threads_core.hpp>
 #include <chrono>
+#include <system_error>
 #include <xfacet>
 #include <xthreads.h>
 
@@ -35,3 +37,25 @@ extern "C"
 
 // A facet that somebody asked for first lives until the process ends.
 void std::_Facet_Register(std::_Facet_base*) {}
+
+namespace
+{
+
+/// What threads, mutexes and futures throw; the code is the place in this list.
+[[noreturn]] void ThrowErrorOfThreads(int code)
+{
+    constexpr std::errc errors[] = {std::errc::device_or_resource_busy,
+                                    std::errc::invalid_argument,
+                                    std::errc::no_such_process,
+                                    std::errc::not_enough_memory,
+                                    std::errc::operation_not_permitted,
+                                    std::errc::resource_deadlock_would_occur,
+                                    std::errc::resource_unavailable_try_again};
+    throw std::system_error(std::make_error_code(errors[code]));
+}
+
+} // namespace
+
+// In the place of the import of std::_Throw_Cpp_error.
+extern "C" void (*const throwCppError)(int) __asm__("__imp_?_Throw_Cpp_error@std@@YAXH@Z");
+void (*const throwCppError)(int) = ThrowErrorOfThreads;

@@ -156,6 +156,9 @@ TEST_F(Hosts, ModuleStaysMappedWhenItIsFreed)
 
 TEST_F(Hosts, ModuleThatWasNotStartedGoes)
 {
+#ifdef _MSC_VER
+    GTEST_SKIP() << "in this build, what shows the module the simulated device nodes keeps it loaded";
+#endif
     waits.reset();
     {
         const PluginModule loaded;
