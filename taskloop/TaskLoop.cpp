@@ -82,38 +82,40 @@ void TaskLoop::StartLoop(bool inNewThread)
         return;
     }
     running = true;
-    named = {};
-    if (inNewThread)
-    {
-        StartThread();
-    }
-    else
-    {
-        Run(); // inside the hold of queueMutex: intended, see the header
-    }
-}
-
-void TaskLoop::StartThread()
-{
-    std::promise<void> left;
-    hasLeftRun = left.get_future();
     try
     {
-        thread = std::make_shared<std::thread>(
-            // A thread that is ended from outside never gives back its share of what it sleeps on: the destructor of a
-            // condition would wait for that sleeper for ever.
-            [this, left = std::move(left), shared = wakeCondition]() mutable
-            {
-                Run();
-                left.set_value();
-            });
+        named = {};
+        if (inNewThread)
+        {
+            StartThread();
+        }
+        else
+        {
+            Run(); // inside the hold of queueMutex: intended, see the header
+        }
     }
     catch (...)
     {
         running = false;
         throw;
     }
-    threadId = named.get_future().get(); // from here on nobody reads the name while it is written
+}
+
+void TaskLoop::StartThread()
+{
+    std::future<std::uint32_t> ownId = named.get_future();
+    std::promise<void> left;
+    std::shared_future<void> leaves = left.get_future();
+    thread = std::make_shared<std::thread>(
+        // A thread that is ended from outside never gives back its share of what it sleeps on: the destructor of a
+        // condition would wait for that sleeper for ever.
+        [this, left = std::move(left), shared = wakeCondition]() mutable
+        {
+            Run();
+            left.set_value();
+        });
+    hasLeftRun = std::move(leaves);
+    threadId = ownId.get(); // from here on nobody reads the name while it is written
 }
 
 void TaskLoop::StopLoop()
@@ -204,11 +206,12 @@ void TaskLoop::Run()
 
 void TaskLoop::AppendThreadIdToName()
 {
+    std::promise<std::uint32_t> toStarter = std::move(named); // once told, the next start may renew the member
     const DWORD ownId = GetCurrentThreadId();
     std::ostringstream idText;
     idText << ownId;
     name += "@" + idText.str();
-    named.set_value(ownId);
+    toStarter.set_value(ownId);
 }
 
 bool TaskLoop::QueueLooksEmpty() const

@@ -47,7 +47,8 @@ public:
     TaskLoop& operator=(const TaskLoop&) = delete;
 
     /// Runs the loop, in a thread of its own or on the calling one. Nothing happens when it is running already. After a
-    /// stop it runs again, but only for one look: it takes no task.
+    /// stop it runs again, but only for one look: it takes no task. When it throws, the loop does not run, and may be
+    /// started again.
     ///
     /// With a thread of its own it returns once that has its name. So it is not to be called while a library is being
     /// loaded or unloaded: no thread begins to run meanwhile.
@@ -195,5 +196,6 @@ private:
     const std::shared_ptr<std::condition_variable> wakeCondition = std::make_shared<std::condition_variable>();
     std::shared_future<void> hasLeftRun HEADSET_GUARDED_BY(queueMutex); // ready once `thread` has left `Run`
     std::uint32_t threadId HEADSET_GUARDED_BY(queueMutex) = 0;          // of `thread`
-    std::promise<std::uint32_t> named; // renewed by each start; `Run` gives the thread's id once the name is written
+    // Renewed by each start with queueMutex held; `Run` takes it, and gives it the thread's id once the name is written.
+    std::promise<std::uint32_t> named;
 };

@@ -13,6 +13,7 @@
 #include <ctime>
 #include <functional>
 #include <future>
+#include <mutex>
 #include <ostream>
 #include <type_traits>
 #include <vector>
@@ -150,6 +151,17 @@ TEST(TaskLoopSignals, APostedTaskWakesALoopThatSleepsTowardsAnotherTask)
     ASSERT_NE(loop.PostTask([&] { ran.set_value(); }), 0U);
     EXPECT_EQ(ran.get_future().wait_for(generousLimit), std::future_status::ready);
     loop.StopLoop();
+}
+
+TEST(TaskLoopSignals, AreGivenWithoutTheLockOfTheSleep)
+{
+    TaskLoop loop("SleepLock");
+    std::future<void> post;
+    {
+        const std::scoped_lock lock(Field<LoopWaitMutex>(loop));
+        post = std::async(std::launch::async, [&] { loop.PostTask([] {}); });
+        EXPECT_EQ(post.wait_for(generousLimit), std::future_status::ready);
+    }
 }
 
 /// The end of a sleep, as the thread library gets it.

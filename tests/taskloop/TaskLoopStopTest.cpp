@@ -12,6 +12,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace test
@@ -341,33 +342,37 @@ TEST(TaskLoopDeathTest, AnExceptionOfATaskEndsTheProcess)
         "");
 }
 
-// After a stop on its own thread the loop counts as stopped, and its thread was never joined.
+/// A loop that was stopped on its own thread: it counts as stopped, and its thread was never joined.
+std::unique_ptr<TaskLoop> LoopWithAnUnjoinedThread()
+{
+    auto loop = std::make_unique<TaskLoop>("Joinable");
+    const auto refused = std::make_shared<std::promise<void>>();
+    loop->PostTask(
+        [refused, stopped = loop.get()]
+        {
+            try
+            {
+                stopped->StopLoop();
+            }
+            catch (const std::system_error&)
+            {
+                refused->set_value();
+            }
+        });
+    loop->StartLoop(true);
+    return refused->get_future().wait_for(generousLimit) == std::future_status::ready ? std::move(loop) : nullptr;
+}
+
 TEST(TaskLoopDeathTest, ADestructorThatFindsItsThreadJoinableEndsTheProcess)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(
-        {
-            auto loop = std::make_unique<TaskLoop>("Joinable");
-            std::promise<void> refused;
-            loop->PostTask(
-                [&]
-                {
-                    try
-                    {
-                        loop->StopLoop();
-                    }
-                    catch (const std::system_error&)
-                    {
-                        refused.set_value();
-                    }
-                });
-            loop->StartLoop(true);
-            if (refused.get_future().wait_for(generousLimit) == std::future_status::ready)
-            {
-                loop.reset();
-            }
-        },
-        "terminate called without an active exception");
+    EXPECT_DEATH(LoopWithAnUnjoinedThread().reset(), "terminate called without an active exception");
+}
+
+TEST(TaskLoopDeathTest, AStartThatFindsItsThreadJoinableEndsTheProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(LoopWithAnUnjoinedThread()->StartLoop(true), "terminate called without an active exception");
 }
 
 } // namespace
