@@ -14,7 +14,7 @@ namespace
 
 class Deadline : public testing::EmptyTestEventListener
 {
-    void OnTestStart(const testing::TestInfo& /*test*/) override { watchdog_.emplace(std::chrono::seconds(100)); }
+    void OnTestStart(const testing::TestInfo& /*test*/) override { watchdog_.emplace(std::chrono::seconds(300)); }
     void OnTestEnd(const testing::TestInfo& /*test*/) override { watchdog_.reset(); }
 
     std::optional<Watchdog> watchdog_;
