@@ -103,8 +103,8 @@ void HeadsetAudioFeatureHandler::ShowVoiceChangeTip(const std::wstring& devName,
         return;
     }
     Log::Info(showTag, "Create Voice Change Tip Window");
-    StoreTipAddress(
-        deviceMacAddr); // a late answer to an older tip goes by it as well: intended, no tip need come of it
+    // Intended: a late answer to an older tip goes by it as well, and it stays though no tip may come of it.
+    StoreTipAddress(deviceMacAddr);
     OrbTipsManager* const manager = OrbTipsManager::GetInstance();
     if (manager == nullptr)
     {

@@ -3,6 +3,7 @@
 #include "tests/audio/ApartmentThread.h"
 #include "tests/audio/AudioTest.h"
 #include "tests/audio/ComCreations.h"
+#include "tests/audio/FakeDevices.h"
 #include "tests/support/LogLines.h"
 
 #include <string>
@@ -143,6 +144,32 @@ TEST_F(DefaultEndpointsTest, AFailedEnumeratorGivesAnEmptySetAndNoFurtherLine)
     service.SetCreation("MMDeviceEnumerator", sim::Creation::SuccessWithoutObject);
     EXPECT_THAT(HeadFeatureConnect::GetDefaultEndPointName(), IsEmpty());
     EXPECT_THAT(test::LogLines(), ElementsAre(startLine, startLine));
+}
+
+TEST_F(DefaultEndpointsTest, AnEnumeratorThatComesWithAFailureIsNotUsedAndReleased)
+{
+    service.SetCreation("MMDeviceEnumerator", sim::Creation::FailureWithObject);
+    test::ComCreations creations([](REFCLSID classId, DWORD context, REFIID riid, void** object)
+                                 { return sim::CreateServiceObject(classId, nullptr, context, riid, object); });
+    EXPECT_THAT(HeadFeatureConnect::GetDefaultEndPointName(), IsEmpty());
+    EXPECT_THAT(service.LiveObjects(), IsEmpty());
+}
+
+TEST_F(DefaultEndpointsTest, ADefaultThatComesWithAFailureIsNone)
+{
+    HRESULT result = S_OK;
+    test::ComCreations creations(
+        [&](REFCLSID, DWORD, REFIID, void** object)
+        {
+            auto* const enumerator = new test::FakeEnumerator({{.id = L"a"}});
+            enumerator->defaultResult = result;
+            *object = static_cast<IMMDeviceEnumerator*>(enumerator);
+            return S_OK;
+        });
+    EXPECT_THAT(HeadFeatureConnect::GetDefaultEndPointName(), ElementsAre(L"a"));
+    result = E_FAIL;
+    EXPECT_THAT(HeadFeatureConnect::GetDefaultEndPointName(), IsEmpty());
+    EXPECT_EQ(test::liveFakes, 0);
 }
 
 TEST_F(DefaultEndpointsTest, EveryFailureOfACallGivesBothOrNoneAndFreesTheLock)

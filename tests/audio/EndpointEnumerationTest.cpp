@@ -245,7 +245,33 @@ TEST_F(EndpointEnumerationTest, ANameThatIsNoTextIsNoName)
     EXPECT_EQ(test::liveFakes, 0);
 }
 
+TEST_F(EndpointEnumerationTest, ANameThatComesWithAFailureIsANameAllTheSame)
+{
+    test::ComCreations creations(
+        [](REFCLSID, DWORD, REFIID, void** object)
+        {
+            *object = new test::FakeEnumerator({{.id = L"a", .name = L"Speaker", .nameResult = E_FAIL}});
+            return S_OK;
+        });
+    EXPECT_EQ(List().at(L"a").deviceFriendlyName, L"Speaker");
+    EXPECT_EQ(test::liveFakes, 0);
+}
+
 // --- failures ---
+
+TEST_F(EndpointEnumerationTest, AnIdOrAStateThatComesWithAFailureIsNotTaken)
+{
+    test::ComCreations creations(
+        [](REFCLSID, DWORD, REFIID, void** object)
+        {
+            *object = new test::FakeEnumerator({{.id = L"a", .idResult = E_FAIL}, {.id = L"b", .stateResult = E_FAIL}});
+            return S_OK;
+        });
+    const EndpointList list = List();
+    EXPECT_THAT(list, SizeIs(1));
+    EXPECT_EQ(list.at(L"b").deviceStateName, "");
+    EXPECT_EQ(test::liveFakes, 0);
+}
 
 TEST_F(EndpointEnumerationTest, AFailedEnumeratorIsLoggedWithItsResultAndLeavesTheListEmpty)
 {

@@ -98,6 +98,9 @@ struct FakeEndpoint
     int flow = eRender;
     VARTYPE nameType = VT_LPWSTR; // type of every property's value
     std::wstring name = {};
+    HRESULT idResult = S_OK; // a call gives its value also when it fails
+    HRESULT stateResult = S_OK;
+    HRESULT nameResult = S_OK; // of every property
 };
 
 class FakeDevice : public Fake<IMMDevice, IMMEndpoint>
@@ -111,18 +114,19 @@ public:
         auto* const properties = new FakeProperties();
         properties->type = endpoint_.nameType;
         properties->text = endpoint_.name;
+        properties->result = endpoint_.nameResult;
         *store = properties;
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override
     {
         *id = static_cast<wchar_t*>(TaskCopy(endpoint_.id.c_str(), (endpoint_.id.size() + 1) * sizeof(wchar_t)));
-        return S_OK;
+        return endpoint_.idResult;
     }
     HRESULT STDMETHODCALLTYPE GetState(DWORD* state) override
     {
         *state = endpoint_.state;
-        return S_OK;
+        return endpoint_.stateResult;
     }
     HRESULT STDMETHODCALLTYPE GetDataFlow(EDataFlow* flow) override
     {
@@ -154,10 +158,12 @@ private:
     const std::vector<FakeEndpoint> endpoints_;
 };
 
-/// Lists endpoints that the simulated service would refuse; it knows no defaults.
+/// Lists endpoints that the simulated service would refuse; the first is every default.
 class FakeEnumerator : public Fake<IMMDeviceEnumerator>
 {
 public:
+    HRESULT defaultResult = S_OK; // the default is given also when this is a failure
+
     explicit FakeEnumerator(std::vector<FakeEndpoint> endpoints) : endpoints_(std::move(endpoints)) {}
 
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow, DWORD, IMMDeviceCollection** devices) override
@@ -167,8 +173,8 @@ public:
     }
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow, ERole, IMMDevice** device) override
     {
-        *device = nullptr;
-        return E_NOTIMPL;
+        *device = new FakeDevice(endpoints_.at(0));
+        return defaultResult;
     }
     HRESULT STDMETHODCALLTYPE GetDevice(LPCWSTR, IMMDevice** device) override
     {
