@@ -54,14 +54,14 @@ endif()
 read_excluded_tests()
 
 # native_test_settings(TARGET VARIABLE): gives a test program the sanitizers' options, and in the variable the arguments
-# for gtest_discover_tests that leave out what cannot run here.
+# for ctest_knows_tests_of that leave out what cannot run here.
 function(native_test_settings target variable)
     target_sources(${target} PRIVATE ${CMAKE_BINARY_DIR}/SanitizerOptions.cpp)
     target_compile_options(${target} PRIVATE -O0) # half the time to compile, and the tests' own code is not what is slow
     get_property(excluded GLOBAL PROPERTY excluded_of_${target})
     if(excluded)
         string(REGEX REPLACE ":$" "" excluded "${excluded}")
-        set(${variable} TEST_FILTER "-${excluded}" PARENT_SCOPE)
+        set(${variable} FILTER "-${excluded}" PARENT_SCOPE)
     endif()
 endfunction()
 

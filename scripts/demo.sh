@@ -22,8 +22,9 @@ done
 
 check_system
 ensure_packages "${build_packages[@]}" "${run_packages[@]}"
-build_targets simulator
 start_wine
+build_targets simulator
+wait_for_wine
 
 options=("$@")
 # The simulator's own output is a file here.

@@ -29,9 +29,52 @@ run_logged() {
     shift 2
     mkdir -p "$(dirname "$log")" || die "cannot make the folder $(dirname "$log")"
     if ! "$@" </dev/null >"$log" 2>&1; then
-        tail -n 30 "$log" >&2
+        grep -A 15 '^FAILED: ' "$log" >&2 || tail -n 30 "$log" >&2 # other commands of a build go on after the failing one
         die "$message (all of its output: $log)"
     fi
+}
+
+# --- how far it is ---
+
+# as_time SECONDS
+as_time() {
+    if [ "$1" -ge 60 ]; then
+        printf '%d min %d s' $(($1 / 60)) $(($1 % 60))
+    else
+        printf '%d s' "$1"
+    fi
+}
+
+# show_count LOG WHAT SECONDS-LAST-TIME: every ten seconds, the count at the end of the log, as ninja ("[12/345]") and ctest
+# (" 12/345 Test") write it, and the time left: from the last time if that is known, else as if all steps took the same.
+# Ends by itself soon after the file LOG.counting has gone: killed as it starts, it would run what the script has to do at
+# its end.
+show_count() {
+    local log=$1 what=$2 before=$3 start=$SECONDS shown=0 passed left count
+    while sleep 1 && [ -e "$log.counting" ] && kill -0 $$ 2>/dev/null; do
+        [ $((SECONDS - start - shown)) -ge 10 ] || continue
+        shown=$((SECONDS - start))
+        count=$(sed -En 's%^(\[| *)([0-9]+)/([0-9]+)(\] | Test +#).*%\2 \3%p' "$log" 2>/dev/null | tail -n 1)
+        [ -n "$count" ] || continue
+        passed=$((SECONDS - start))
+        left=$((before - passed))
+        [ "$left" -gt 0 ] || left=$((passed * (${count#* } - ${count% *}) / (${count% *} ? ${count% *} : 1)))
+        say "$what: ${count% *} of ${count#* }, $(as_time "$passed") passed, about $(as_time "$left") left"
+    done
+}
+
+# with_count LOG WHAT COMMAND...: runs the command, which writes to the log, and shows how far it is meanwhile. Remembers
+# beside the log how long it took.
+with_count() {
+    local log=$1 what=$2 start=$SECONDS status
+    shift 2
+    { mkdir -p "$(dirname "$log")" && touch "$log.counting"; } || die "cannot write to $(dirname "$log")"
+    show_count "$log" "$what" "$(cat "$log.seconds" 2>/dev/null || echo 0)" &
+    "$@"
+    status=$?
+    rm -f "$log.counting"
+    [ "$status" -ne 0 ] || echo $((SECONDS - start)) >"$log.seconds"
+    return "$status"
 }
 
 # --- packages ---
@@ -82,7 +125,9 @@ ensure_packages() {
     find_root || die "these packages are missing: ${missing[*]}
 Installing them takes root or sudo; run as root:  apt-get install --no-install-recommends ${missing[*]}"
     say "installing ${missing[*]}"
+    local start=$SECONDS
     install_packages "${missing[@]}"
+    say "installed in $(as_time $((SECONDS - start)))"
 }
 
 install_packages() {
@@ -108,14 +153,28 @@ unpack_package() {
 
 # --- build ---
 
-# build_targets TARGET...: configures, and builds the targets.
+# build_targets TARGET...: configures, and builds the targets in the configuration that is shipped.
 build_targets() {
+    local start=$SECONDS
     say "building in $build"
     run_logged "$build/logs/configure.log" "configuring failed" \
         cmake -S "$root" -B "$build" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" \
-        -DCMAKE_BUILD_TYPE=RelWithDebInfo
-    run_logged "$build/logs/build.log" "building failed" \
-        cmake --build "$build" --parallel "$(nproc)" --target "$@"
+        -DCMAKE_BUILD_TYPE=Release
+    build_configured "$build" "building failed" --target "$@"
+    say "built in $(as_time $((SECONDS - start)))"
+}
+
+# build_configured FOLDER MESSAGE OPTION...: shows ninja's own count on a terminal, and lines now and then elsewhere.
+build_configured() {
+    local folder=$1 message=$2
+    shift 2
+    local command=(cmake --build "$folder" --parallel "$(nproc)" "$@")
+    if [ -t 1 ]; then
+        "${command[@]}" </dev/null || die "$message; see it again with: ${command[*]@Q}"
+    else
+        with_count "$folder/logs/build.log" built \
+            run_logged "$folder/logs/build.log" "$message; see it again with: ${command[*]@Q}" "${command[@]}"
+    fi
 }
 
 # --- clang's tools ---
@@ -155,9 +214,9 @@ setarch "$(uname -m)" -R true 2>/dev/null && fixed_addresses=(setarch "$(uname -
 
 export WINEPREFIX=$build/wineprefix WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
 
-# Starts a server for the build folder's prefix that stays until stop_wine. Wine's services, which the first program
-# brings up, must not hold our output open, or a reader of it would wait for them: so they are brought up here, with
-# their output elsewhere.
+# Starts a server for the build folder's prefix that stays until stop_wine. It and the prefix are made while the script goes
+# on; wait_for_wine waits for them. Wine's services, which the first program brings up, must not hold our output open, or a
+# reader of it would wait for them: so they are brought up here, with their output elsewhere.
 start_wine() {
     have wine wineserver || die "wine is installed, but not in PATH"
     mkdir -p "$WINEPREFIX" "$build/logs" || die "cannot make the folder $WINEPREFIX"
@@ -165,12 +224,23 @@ start_wine() {
     trap 'exit 130' INT
     trap 'exit 143' TERM
     wineserver -p </dev/null >"$build/logs/wineserver.log" 2>&1 # fails when there is one, which is as well
+    bring_up_wine &
+    wine_start=$!
+}
+
+wait_for_wine() {
+    wait "$wine_start" || exit 1
+}
+
+bring_up_wine() {
+    local start=$SECONDS
     if [ -e "$build/wineprefix.ready" ]; then
         run_logged "$build/logs/wine-start.log" "wine does not start" wine cmd /c exit
     else
         say "making a Wine prefix"
         run_logged "$build/logs/wineboot.log" "wine could not make its prefix" wineboot -i
         touch "$build/wineprefix.ready"
+        say "made the Wine prefix in $(as_time $((SECONDS - start)))"
     fi
 }
 
@@ -179,6 +249,7 @@ stop_wine() {
     local status=$?
     trap - EXIT
     trap '' INT TERM
+    kill "${wine_start:-}" 2>/dev/null # while it is still at it, or else it would tell that it has failed
     wineserver -k </dev/null >/dev/null 2>&1
     exit "$status"
 }

@@ -42,8 +42,9 @@ run_demo() {
 
 check_system
 ensure_packages "${build_packages[@]}" "${run_packages[@]}" clang-19 clang-tools-19 lld-19 llvm-19 libwine-dev python3
-build_in_microsofts_abi microsoft_tests
 start_wine
+build_in_microsofts_abi microsoft_tests
+wait_for_wine
 if [ $# -eq 0 ]; then
     run_demo
     set -- --label-regex '^(scenario|contract|microsoft)$'

@@ -14,17 +14,18 @@ jobs=${TEST_JOBS:-$(($(nproc) * 4))}
 test_preset() {
     local preset=$1 build=$root/build-$1
     shift
+    local start=$SECONDS
     say "$preset: building in $build"
     cd "$root" || die "cannot enter $root"
     run_logged "$build/logs/configure.log" "$preset: configuring failed" cmake --preset "$preset"
-    run_logged "$build/logs/build.log" "$preset: building failed" cmake --build "$build" --parallel "$(nproc)"
-    say "$preset: running the tests, $jobs at a time"
+    build_configured "$build" "$preset: building failed"
+    say "$preset: built in $(as_time $((SECONDS - start))); running the tests, $jobs at a time"
     local log=$build/logs/tests.log
-    "${fixed_addresses[@]}" ctest --test-dir "$build" --parallel "$jobs" --no-tests=error --timeout 300 --output-on-failure "$@" \
-        </dev/null >"$log" 2>&1
+    with_count "$log" "$preset: tests" run_ctest "$@"
     local status=$?
     if [ $status -ne 0 ]; then
         grep -v ' Passed \| Start ' "$log" >&2
+        python3 -B "$root/scripts/failed_tests.py" "$build" "NATIVE_PRESETS=$preset ${root@Q}/scripts/test-native.sh" >&2
         say "$preset: FAILED"
     else
         sed -n '/tests passed/,$p' "$log"
@@ -32,8 +33,14 @@ test_preset() {
     return $status
 }
 
+# run_ctest CTEST-OPTION...: of test_preset.
+run_ctest() {
+    "${fixed_addresses[@]}" ctest --test-dir "$build" --parallel "$jobs" --no-tests=error --timeout 300 --output-on-failure "$@" \
+        </dev/null >"$log" 2>&1
+}
+
 check_system
-ensure_packages "${native_packages[@]}"
+ensure_packages "${native_packages[@]}" python3
 
 failed=()
 presets=${NATIVE_PRESETS:-native-asan native-tsan}

@@ -33,8 +33,9 @@ stop_pulseaudio() {
 
 check_system
 ensure_packages "${build_packages[@]}" "${run_packages[@]}" pulseaudio
-build_targets pulse_tests
 start_wine
+build_targets pulse_tests
+wait_for_wine
 trap 'stop_pulseaudio; stop_wine' EXIT
 start_pulseaudio
 ctest --test-dir "$build" --label-regex '^pulse$' --output-on-failure

@@ -20,7 +20,7 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-void Tell(const std::string& what)
+void TellOfRun(const std::string& what)
 {
     Timeline::Instance().Add("scenario", what);
 }
@@ -67,7 +67,7 @@ bool ScenarioRunner::Leave()
     }
     catch (const std::exception& error)
     {
-        Tell("FAILED " + file_ + ": " + error.what());
+        TellOfRun("FAILED " + file_ + ": " + error.what());
         return false;
     }
     return deferredHeld && left;
@@ -75,7 +75,7 @@ bool ScenarioRunner::Leave()
 
 bool ScenarioRunner::EndStage()
 {
-    Tell("end of the scenario");
+    TellOfRun("end of the scenario");
     FaultPlan::Instance().Clear();
     try
     {
@@ -88,7 +88,7 @@ bool ScenarioRunner::EndStage()
     }
     catch (const std::exception& error)
     {
-        Tell("FAILED " + file_ + ": " + error.what());
+        TellOfRun("FAILED " + file_ + ": " + error.what());
         return false;
     }
 }
@@ -111,7 +111,7 @@ void ScenarioRunner::Do(const scenario::ScenarioLine&, const scenario::Headset& 
 void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Action& action)
 {
     checker_.ActionBegins();
-    Tell(line.text);
+    TellOfRun(line.text);
     const auto begin = Clock::now();
     actions_.Run(action);
     checker_.ActionTook(std::chrono::floor<scenario::Milliseconds>(Clock::now() - begin));
@@ -124,7 +124,7 @@ void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Defe
 
 void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Wait& wait)
 {
-    Tell(line.text);
+    TellOfRun(line.text);
     std::this_thread::sleep_for(wait.time);
 }
 
@@ -134,13 +134,13 @@ void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Expe
     if (!std::holds_alternative<scenario::ExpectNever>(expectation))
     {
         ++held_;
-        Tell("ok: " + line.text);
+        TellOfRun("ok: " + line.text);
     }
 }
 
 void ScenarioRunner::TellFailure(std::size_t number, const std::string& text, const std::string& reason) const
 {
-    Tell("FAILED " + file_ + ":" + std::to_string(number) + ": " + text + ": " + reason);
+    TellOfRun("FAILED " + file_ + ":" + std::to_string(number) + ": " + text + ": " + reason);
 }
 
 bool ScenarioRunner::TellDeferred(const std::optional<DeferredActions::Failure>& failure) const

@@ -33,7 +33,7 @@ std::string AddressText(std::uint64_t address)
 }
 
 /// A text as the service's commands have it.
-std::string Quoted(const std::string& text)
+std::string InQuotes(const std::string& text)
 {
     std::string quoted = "\"";
     for (const char character : text)
@@ -124,8 +124,8 @@ void World::Do(const scenario::HeadsetEvent& action)
 void World::Do(const scenario::HeadsetMoves& action)
 {
     const KnownHeadset headset = Find(action.headset);
-    service_.Command("device-change " + std::to_string(audioMovedEvent) + " " + Quoted(action.toDevice) + " " +
-                     Quoted(headset.name) + " " + headset.key);
+    service_.Command("device-change " + std::to_string(audioMovedEvent) + " " + InQuotes(action.toDevice) + " " +
+                     InQuotes(headset.name) + " " + headset.key);
 }
 
 VynCore::VynDevice World::Device(const std::string& headset) const
@@ -162,7 +162,7 @@ void World::SetConnected(const std::string& name, bool connected)
 
 void World::TellService(const KnownHeadset& headset)
 {
-    service_.Command("headset add " + headset.address + " " + headset.key + " " + Quoted(headset.name) + " \"\" " +
+    service_.Command("headset add " + headset.address + " " + headset.key + " " + InQuotes(headset.name) + " \"\" " +
                      headset.address + " " + modelId + " " + subModelId + (headset.connected ? " connected" : " away"));
 }
 

@@ -50,10 +50,16 @@ def read_sources(commands):
     """The C++ sources of the build that belong to the tree: {source: its definitions and folders}."""
     found = {}
     for entry in json.loads(Path(commands).read_text()):
-        source = Path(os.path.normpath(Path(entry["directory"]) / entry["file"]))
-        if source.suffix == ".cpp" and part_of(source):
-            found.setdefault(source, list(_relevant(shlex.split(entry["command"]), Path(entry["directory"]))))
+        compiled = Path(os.path.normpath(Path(entry["directory"]) / entry["file"]))
+        for source in _compiled_as_one(compiled) if compiled.parent.name == "Unity" else [compiled]:
+            if source.suffix == ".cpp" and part_of(source):
+                found.setdefault(source, list(_relevant(shlex.split(entry["command"]), Path(entry["directory"]))))
     return found
+
+
+def _compiled_as_one(unity):
+    """The sources that CMake has put together into one."""
+    return map(Path, re.findall(r'^#include "(.+)"$', unity.read_text(), flags=re.MULTILINE))
 
 
 def _relevant(words, folder):

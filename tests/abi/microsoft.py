@@ -3,11 +3,16 @@
 import os
 import re
 import subprocess
+import sys
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass, field, replace
+from functools import cache
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parents[1] / "scripts"))
+import unchanged  # noqa: E402
+
 AT_ONCE = 2  # compilers
 
 
@@ -77,8 +82,14 @@ def llvm_tool(name):
     return str(llvm_folder() / "bin" / name)
 
 
+@cache
+def version():
+    """clang's, and where it is."""
+    return subprocess.run(["clang++", "--version"], capture_output=True, text=True, check=True).stdout
+
+
 class Compiler:
-    """clang for Microsoft's ABI. What it makes goes to its folder."""
+    """clang for Microsoft's ABI. What it makes goes to its folder, and is not made again from the same files."""
 
     def __init__(self, work):
         self.work = Path(work)
@@ -112,12 +123,22 @@ class Compiler:
         """Compiles one source; returns the object and what the compiler dumped."""
         name = re.sub(r"\W+", "_", os.path.relpath(source, target.root))
         result = self.work / f"{name}.obj"
+        dumped = result.with_suffix(".dump")
         dumping = [word for dump in dumps for word in ("-Xclang", dump)]
-        run = subprocess.run([*self._command(target), *dumping, "-c", str(source), "-o", str(result)],
-                             capture_output=True, text=True, errors="replace")
-        if run.returncode != 0 or run.stderr:
-            raise CompileError(f"{source} does not compile for Microsoft's ABI without a warning:\n{run.stderr}")
-        return result, run.stdout
+        command = [*self._command(target), *dumping, "-c", str(source), "-o", str(result)]
+
+        def make():
+            run = subprocess.run(command, capture_output=True, text=True, errors="replace")
+            if run.returncode != 0 or run.stderr:
+                raise CompileError(f"{source} does not compile for Microsoft's ABI without a warning:\n{run.stderr}")
+            dumped.write_text(run.stdout)
+            return True
+
+        note = result.with_suffix(".json")
+        if not result.exists() or not dumped.exists():
+            note.unlink(missing_ok=True)
+        unchanged.unless_passed(note, [version(), *command], [*self._command(target), "-MM", str(source)], [], make)
+        return result, dumped.read_text()
 
     def compile_all(self, targets):
         """Compiles every source; returns the objects, and the dumps of the virtual tables."""

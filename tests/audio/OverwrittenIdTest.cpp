@@ -42,6 +42,7 @@ TEST(OverwrittenId, IsNotFreed)
     info.Fill(RecordOf(L"first"));
     const wchar_t* const first = info.devicePwszAllID.get();
     watched = info.devicePwszAllID.get();
+    freed = 0;
     info.Fill(RecordOf(L"second"));
     EXPECT_EQ(freed, 0);
     EXPECT_STREQ(first, L"first");

@@ -218,17 +218,17 @@ TEST_F(ConnectorWaitTest, IsNotProlongedByAnAnswerThatHangs)
 }
 
 // A wait for the service, and a pause, that last until they may end.
-decltype(&WaitForSingleObject) originalWait = nullptr;
+decltype(&WaitForSingleObject) waitBehindTheStall = nullptr;
 
 DWORD WINAPI StalledWait(HANDLE handle, DWORD ms)
 {
     if (ms != 3000)
     {
-        return originalWait(handle, ms);
+        return waitBehindTheStall(handle, ms);
     }
     stall->entered.set_value();
     stall->mayGoOn.get_future().wait();
-    return originalWait(handle, 0);
+    return waitBehindTheStall(handle, 0);
 }
 
 TEST_F(ConnectorWaitTest, OfAQueryIsNotDisturbedByUnInit)
@@ -237,7 +237,7 @@ TEST_F(ConnectorWaitTest, OfAQueryIsNotDisturbedByUnInit)
     Stall wait;
     stall = &wait;
     const ImportPatch patch(nullptr, "KERNEL32.dll", "WaitForSingleObject", &StalledWait);
-    originalWait = patch.Original<std::remove_pointer_t<decltype(originalWait)>>();
+    waitBehindTheStall = patch.Original<std::remove_pointer_t<decltype(waitBehindTheStall)>>();
     auto query = std::async(std::launch::async, [&] { return connector->QueryConnectedDevAsync(); });
     ASSERT_EQ(wait.entered.get_future().wait_for(generousLimit), std::future_status::ready);
     auto unInit = std::async(std::launch::async, [&] { connector->UnInit(); });

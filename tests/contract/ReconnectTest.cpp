@@ -114,7 +114,7 @@ private:
     int tries_ = 0; // of the loop's thread alone
 };
 
-const std::string start = Line(operation, "try reconnect Start ");
+const std::string startLine = Line(operation, "try reconnect Start ");
 const std::string end = Line(operation, "try reconnect End ");
 const std::string fail0 = Line(operation, "try reconnect fail,times = 0");
 const std::string fail1 = Line(operation, "try reconnect fail,times = 1");
@@ -125,7 +125,7 @@ TEST_F(Reconnect, SucceedsAtTheFirstTry)
 {
     AskForReconnect(0);
     ASSERT_TRUE(WaitForLine("try reconnect End "));
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, end));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, end));
     EXPECT_THAT(HostCalls(), Contains(state3));
     EXPECT_EQ(Audio().Default(eRender, eConsole), "headset stereo");
 }
@@ -134,7 +134,7 @@ TEST_F(Reconnect, SucceedsAtTheSecondTry)
 {
     AskForReconnect(1);
     ASSERT_TRUE(WaitForLine("try reconnect End "));
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, fail0, end));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, fail0, end));
     EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text("EnableFeature", "EnableFeature --task in queue")), 1U);
     EXPECT_THAT(HostCalls(), Contains(state3));
 }
@@ -143,7 +143,7 @@ TEST_F(Reconnect, SucceedsAtTheThirdTry)
 {
     AskForReconnect(2);
     ASSERT_TRUE(WaitForLine("try reconnect End "));
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, fail0, fail1, end));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, fail0, fail1, end));
     EXPECT_THAT(HostCalls(), Contains(state3));
 }
 
@@ -154,7 +154,7 @@ TEST_F(Reconnect, GivesUpSilentlyAfterThreeTries)
     EXPECT_EQ(sim::Timeline::Instance().Count("log3", Text("EnableFeature", "EnableFeature -- Start1: ")), 3U);
     // The next move is dealt with, and restored by the same loop: nothing more came of the reconnect.
     MoveAndWaitForTip();
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, fail0, fail1, fail2));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, fail0, fail1, fail2));
     EXPECT_THAT(HostCalls(), Not(Contains(state3)));
     ExpectOnlyTheRegistrationHeld();
 }
@@ -173,7 +173,7 @@ TEST_F(Reconnect, IsDoneAtOnceWhenTheHeadsetHasTheAudio)
     ClearTimeline();
     AskForReconnect(3);
     ASSERT_TRUE(WaitForLine("try reconnect End "));
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, end));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, end));
     EXPECT_THAT(Story({"log3"}), Contains(Line("EnableFeature", "Device is Cooperate.")));
     // Of the loop alone: when it enables the headset, and when it looks at it.
     EXPECT_THAT(Story({"host"}, ThreadOf("log3", Text(operation, "try reconnect End "))), ElementsAre(state3, state3));
@@ -184,7 +184,7 @@ TEST_F(Reconnect, RunsOnTheLoop)
     AskForReconnect(0);
     ASSERT_TRUE(WaitForLine("try reconnect End "));
     EXPECT_EQ(ThreadOf("log3", Text(operation, "try reconnect Start ")), loopThread);
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, end));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, end));
 }
 
 TEST_F(Reconnect, LeavesItsApartmentWhenItHasSucceeded)
@@ -203,7 +203,7 @@ TEST_F(Reconnect, LeavesItsApartmentWhenItHasSucceeded)
     std::vector<std::string> story = Story({"log3", "test"}, loopThread);
     std::erase_if(story, [](const std::string& entry)
                   { return !entry.starts_with("test Co") && entry.find("<lambda_") == entry.npos; });
-    EXPECT_THAT(story, ElementsAre("test CoInitialize", start, end, "test CoUninitialize"));
+    EXPECT_THAT(story, ElementsAre("test CoInitialize", startLine, end, "test CoUninitialize"));
 }
 
 TEST_F(Reconnect, ThatFailsLeavesALine)
@@ -215,7 +215,7 @@ TEST_F(Reconnect, ThatFailsLeavesALine)
     AskForReconnect(3);
     ASSERT_TRUE(WaitFor("log4", Text(operation, "try reconnect exception")));
     Host().SetFeatureStateHook(nullptr);
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, Line(operation, "try reconnect exception", "log4")));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, Line(operation, "try reconnect exception", "log4")));
     ClearTimeline();
     MoveAndWaitForTip(); // by the same loop
 }
@@ -269,7 +269,7 @@ TEST_F(Reconnect, EndOfThePluginWaitsForIt)
     EXPECT_EQ(stop.wait_for(100ms), std::future_status::timeout);
     mayGoOn.set_value();
     stop.get();
-    EXPECT_THAT(LinesOfReconnect(), ElementsAre(start, fail0, fail1, fail2));
+    EXPECT_THAT(LinesOfReconnect(), ElementsAre(startLine, fail0, fail1, fail2));
 }
 
 } // namespace

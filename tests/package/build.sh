@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# Builds the shipped configuration, installs it and packs it, for the other tests of the package.
+# Installs the build and packs it, for the other tests of the package.
 set -uo pipefail
 # shellcheck source=tests/package/lib.sh
 . "$(dirname "$0")/lib.sh"
 
-build_release "$root" "$release" all
 rm -rf "$installed" "$archives"
 run_logged "$work/install.log" "installing failed" cmake --install "$release" --prefix "$installed"
 run_logged "$work/pack.log" "packing failed" cpack --config "$release/CPackConfig.cmake" -B "$archives"

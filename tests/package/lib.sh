@@ -1,5 +1,4 @@
-# Shared by the tests of the package, which source it and get the folder that they share as their first argument: paths
-# in it, and messages.
+# Shared by the tests of the package, which source it: paths and messages. Their arguments are the folder that they share, and the build.
 # shellcheck shell=bash
 
 # shellcheck source=scripts/lib.sh
@@ -8,18 +7,20 @@
 work=${1:?which folder?}
 # shellcheck disable=SC2034 # for the scripts that source this file
 {
-    release=$work/release     # the build folder of the shipped configuration
+    release=${2:?which build?}
     archives=$work/archives   # what cpack made of it
     installed=$work/installed # what `cmake --install` made of it
     archive=HeadsetAdapterPlugin-1.0.0-windows-x64
     tool=x86_64-w64-mingw32-
 }
 
-# build_release SOURCE BUILD TARGET: builds the target in the shipped configuration. It takes a minute or two of all
-# processors; the tests that run at the same time and look at the clock come first.
-build_release() {
-    local log=$2.log
-    (cd "$1" && run_logged "$log" "configuring failed" cmake --preset mingw-release -B "$2") || exit 1
+# build_again SOURCE BUILD TARGET: builds the target as the preset for what is shipped does, in the configuration of the
+# build that is tested. The tests that run at the same time and look at the clock come first.
+build_again() {
+    local log=$2.log type
+    type=$(sed -n 's/^CMAKE_BUILD_TYPE:[A-Z]*=//p' "$release/CMakeCache.txt")
+    (cd "$1" && run_logged "$log" "configuring failed" \
+        cmake --preset mingw-release -B "$2" -DCMAKE_BUILD_TYPE="$type") || exit 1
     run_logged "$log" "building failed" nice -n 15 cmake --build "$2" --parallel 2 --target "$3"
 }
 

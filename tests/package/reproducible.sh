@@ -11,7 +11,7 @@ mkdir -p "$sources" || die "cannot make $sources"
 (cd "$root" && tar -c --exclude='./build*' --exclude="./${build#"$root/"}" --exclude="./${work#"$root/"}" \
     --exclude=./.git --exclude=./.cache .) | tar -x -C "$sources" ||
     die "cannot copy the sources"
-build_release "$sources" "$elsewhere/build" HeadsetAdapterPlugin
+build_again "$sources" "$elsewhere/build" HeadsetAdapterPlugin
 
 for file in bin/HeadsetAdapterPlugin.dll bin/HeadsetAdapterPlugin.dll.debug lib/libHeadsetAdapterPlugin.dll.a; do
     cmp "$release/$file" "$elsewhere/build/$file" || die "the two builds differ"

@@ -19,7 +19,7 @@ namespace
 
 using testing::ElementsAre;
 
-struct Tool : VynCore::IToolProvider
+struct RecordingTool : VynCore::IToolProvider
 {
     std::int32_t RunTool(const std::string& argument) override
     {
@@ -41,7 +41,7 @@ struct Tool : VynCore::IToolProvider
 
 TEST(WeakCallback, RunsWhileTheProviderIsThere)
 {
-    auto tool = std::make_shared<Tool>();
+    auto tool = std::make_shared<RecordingTool>();
     const auto callback = tool->Callback();
     EXPECT_EQ(tool.use_count(), 1);
     callback(std::string("first"));
@@ -50,7 +50,7 @@ TEST(WeakCallback, RunsWhileTheProviderIsThere)
 
 TEST(WeakCallback, DoesNothingOnceTheProviderIsGone)
 {
-    auto tool = std::make_shared<Tool>();
+    auto tool = std::make_shared<RecordingTool>();
     bool ran = false;
     const auto callback = WeakCallback(tool.get(), [&ran] { ran = true; });
     tool.reset();
@@ -60,8 +60,8 @@ TEST(WeakCallback, DoesNothingOnceTheProviderIsGone)
 
 TEST(WeakCallback, KeepsTheProviderAliveWhileItRuns)
 {
-    auto tool = std::make_shared<Tool>();
-    const std::weak_ptr<Tool> weak = tool;
+    auto tool = std::make_shared<RecordingTool>();
+    const std::weak_ptr<RecordingTool> weak = tool;
     bool alive = false;
     const auto callback = WeakCallback(tool.get(),
                                        [&]
@@ -76,7 +76,7 @@ TEST(WeakCallback, KeepsTheProviderAliveWhileItRuns)
 
 TEST(WeakCallback, RunsForAProviderWithoutASharedOwner)
 {
-    Tool tool;
+    RecordingTool tool;
     tool.Callback()(std::string("first"));
     EXPECT_THAT(tool.calls, ElementsAre("first"));
 }
@@ -108,7 +108,7 @@ TEST(WeakCallback, MadeWhileTheLastOwnerLetsGoDoesNothing)
 
 TEST(WeakCallback, LetsNoExceptionOut)
 {
-    Tool tool;
+    RecordingTool tool;
     EXPECT_NO_THROW(tool.Callback()(std::string("throw")));
     EXPECT_THAT(tool.calls, ElementsAre("throw"));
 }

@@ -31,6 +31,7 @@ namespace test
 using namespace std::chrono_literals;
 
 constexpr auto generousLimit = 20s;
+constexpr std::uint64_t allOnes = 18446744073709551615U;
 constexpr std::uint64_t millisecondNs = 1'000'000;
 constexpr std::uint64_t hourNs = 3'600'000'000'000;
 

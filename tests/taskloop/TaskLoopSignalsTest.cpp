@@ -165,15 +165,15 @@ TEST(TaskLoopSignals, AreGivenWithoutTheLockOfTheSleep)
 }
 
 /// The end of a sleep, as the thread library gets it.
-struct Deadline
+struct DeadlineOfWait
 {
     std::int64_t seconds;
     std::int64_t nanoseconds;
 
-    bool operator==(const Deadline&) const = default;
+    bool operator==(const DeadlineOfWait&) const = default;
 };
 
-void PrintTo(const Deadline& deadline, std::ostream* stream)
+void PrintTo(const DeadlineOfWait& deadline, std::ostream* stream)
 {
     *stream << deadline.seconds << " s " << deadline.nanoseconds << " ns";
 }
@@ -193,13 +193,13 @@ public:
     /// Done between the look at the queue and the sleep.
     void BeforeSleep(std::function<void()> step) { beforeSleep_ = std::move(step); }
 
-    std::vector<Deadline> Run()
+    std::vector<DeadlineOfWait> Run()
     {
         Call<LoopRun>(*loop_);
         return deadlines_;
     }
 
-    std::vector<Deadline> WaitOnce(std::uint64_t waitMs)
+    std::vector<DeadlineOfWait> WaitOnce(std::uint64_t waitMs)
     {
         Call<LoopWaitNextEvent>(*loop_, waitMs);
         return deadlines_;
@@ -252,7 +252,7 @@ private:
 
     TaskLoop* loop_;
     std::function<void()> beforeSleep_;
-    std::vector<Deadline> deadlines_;
+    std::vector<DeadlineOfWait> deadlines_;
     int queueLocks_ = 0;
     int waitLocks_ = 0;
     SetClock clock_{1'000'000'000};
@@ -262,7 +262,7 @@ private:
 };
 
 /// The deadlines of a loop with one task, which is due so many nanoseconds from now.
-std::vector<Deadline> DeadlinesOfATaskIn(std::uint64_t delayNs)
+std::vector<DeadlineOfWait> DeadlinesOfATaskIn(std::uint64_t delayNs)
 {
     TaskLoop loop("OneTask");
     Field<LoopQueue>(loop).push(TaskDueAt(1'000'000'000 + delayNs, 1));
@@ -272,35 +272,35 @@ std::vector<Deadline> DeadlinesOfATaskIn(std::uint64_t delayNs)
 TEST(TaskLoopSleep, OfAnEmptyQueueLasts2147483647Milliseconds)
 {
     TaskLoop loop("Empty");
-    EXPECT_THAT(OnePass(loop).Run(), ElementsAre(Deadline{1'702'147'483, 647'000'000}));
+    EXPECT_THAT(OnePass(loop).Run(), ElementsAre(DeadlineOfWait{1'702'147'483, 647'000'000}));
 }
 
 TEST(TaskLoopSleep, LastsWholeMillisecondsCutOff)
 {
-    EXPECT_THAT(DeadlinesOfATaskIn(1'000'000), ElementsAre(Deadline{1'700'000'000, 1'000'000}));
-    EXPECT_THAT(DeadlinesOfATaskIn(1'900'000), ElementsAre(Deadline{1'700'000'000, 1'000'000}));
-    EXPECT_THAT(DeadlinesOfATaskIn(1'999'999), ElementsAre(Deadline{1'700'000'000, 1'000'000}));
-    EXPECT_THAT(DeadlinesOfATaskIn(2'000'000), ElementsAre(Deadline{1'700'000'000, 2'000'000}));
-    EXPECT_THAT(DeadlinesOfATaskIn(1'234'567'890), ElementsAre(Deadline{1'700'000'001, 234'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(1'000'000), ElementsAre(DeadlineOfWait{1'700'000'000, 1'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(1'900'000), ElementsAre(DeadlineOfWait{1'700'000'000, 1'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(1'999'999), ElementsAre(DeadlineOfWait{1'700'000'000, 1'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(2'000'000), ElementsAre(DeadlineOfWait{1'700'000'000, 2'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(1'234'567'890), ElementsAre(DeadlineOfWait{1'700'000'001, 234'000'000}));
 }
 
 TEST(TaskLoopSleep, OfLessThanAMillisecondIsOverBeforeItBegins)
 {
-    EXPECT_THAT(DeadlinesOfATaskIn(1), ElementsAre(Deadline{0, 0}));
-    EXPECT_THAT(DeadlinesOfATaskIn(999'999), ElementsAre(Deadline{0, 0}));
-    EXPECT_THAT(DeadlinesOfATaskIn(0), ElementsAre(Deadline{0, 0})); // it has run
+    EXPECT_THAT(DeadlinesOfATaskIn(1), ElementsAre(DeadlineOfWait{0, 0}));
+    EXPECT_THAT(DeadlinesOfATaskIn(999'999), ElementsAre(DeadlineOfWait{0, 0}));
+    EXPECT_THAT(DeadlinesOfATaskIn(0), ElementsAre(DeadlineOfWait{0, 0})); // it has run
 }
 
 // A wait that happens to be the value for an empty queue is taken for that one.
 TEST(TaskLoopSleep, OfExactly2147483647NanosecondsIsThatOfAnEmptyQueue)
 {
-    EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'646), ElementsAre(Deadline{1'700'000'002, 147'000'000}));
-    EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'647), ElementsAre(Deadline{1'702'147'483, 647'000'000}));
-    EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'648), ElementsAre(Deadline{1'700'000'002, 147'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'646), ElementsAre(DeadlineOfWait{1'700'000'002, 147'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'647), ElementsAre(DeadlineOfWait{1'702'147'483, 647'000'000}));
+    EXPECT_THAT(DeadlinesOfATaskIn(2'147'483'648), ElementsAre(DeadlineOfWait{1'700'000'002, 147'000'000}));
 }
 
 /// The deadline of one wait of that many milliseconds.
-std::vector<Deadline> DeadlineOfAWait(std::uint64_t waitMs)
+std::vector<DeadlineOfWait> DeadlineOfAWait(std::uint64_t waitMs)
 {
     TaskLoop loop("Wait");
     return OnePass(loop).WaitOnce(waitMs);
@@ -308,13 +308,13 @@ std::vector<Deadline> DeadlineOfAWait(std::uint64_t waitMs)
 
 TEST(TaskLoopSleep, EndsAtTheLastTimeThereIsAtTheLatest)
 {
-    EXPECT_THAT(DeadlineOfAWait(0), ElementsAre(Deadline{0, 0}));
-    EXPECT_THAT(DeadlineOfAWait(1), ElementsAre(Deadline{1'700'000'000, 1'000'000}));
-    EXPECT_THAT(DeadlineOfAWait(7'523'372'036'854), ElementsAre(Deadline{9'223'372'036, 854'000'000}));
-    EXPECT_THAT(DeadlineOfAWait(7'523'372'036'855), ElementsAre(Deadline{9'223'372'036, 854'000'000}));
-    EXPECT_THAT(DeadlineOfAWait(0x7FFFFFFFFFFFFFFF), ElementsAre(Deadline{9'223'372'036, 854'000'000}));
-    EXPECT_THAT(DeadlineOfAWait(0x8000000000000000), ElementsAre(Deadline{0, 0})); // counts as negative
-    EXPECT_THAT(DeadlineOfAWait(0xFFFFFFFFFFFFFFFF), ElementsAre(Deadline{0, 0}));
+    EXPECT_THAT(DeadlineOfAWait(0), ElementsAre(DeadlineOfWait{0, 0}));
+    EXPECT_THAT(DeadlineOfAWait(1), ElementsAre(DeadlineOfWait{1'700'000'000, 1'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(7'523'372'036'854), ElementsAre(DeadlineOfWait{9'223'372'036, 854'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(7'523'372'036'855), ElementsAre(DeadlineOfWait{9'223'372'036, 854'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(0x7FFFFFFFFFFFFFFF), ElementsAre(DeadlineOfWait{9'223'372'036, 854'000'000}));
+    EXPECT_THAT(DeadlineOfAWait(0x8000000000000000), ElementsAre(DeadlineOfWait{0, 0})); // counts as negative
+    EXPECT_THAT(DeadlineOfAWait(0xFFFFFFFFFFFFFFFF), ElementsAre(DeadlineOfWait{0, 0}));
 }
 
 TEST(TaskLoopSleep, HoldsItsLockOnce)
@@ -349,7 +349,7 @@ TEST(TaskLoopSleep, IsNotCutShortByATaskThatIsPostedJustBefore)
     OnePass pass(loop);
     const SignalCount signals(loop);
     pass.BeforeSleep([&] { loop.PostTask([&] { ran = true; }); });
-    EXPECT_THAT(pass.Run(), ElementsAre(Deadline{1'702'147'483, 647'000'000}));
+    EXPECT_THAT(pass.Run(), ElementsAre(DeadlineOfWait{1'702'147'483, 647'000'000}));
     EXPECT_EQ(signals.Value(), 1); // given, and missed
     EXPECT_FALSE(ran);
     EXPECT_EQ(Field<LoopQueue>(loop).size(), 1U);
@@ -363,7 +363,7 @@ TEST(TaskLoopSleep, TowardsATaskIsNotCutShortByOneThatIsPostedJustBefore)
     OnePass pass(loop);
     const SignalCount signals(loop);
     pass.BeforeSleep([&] { loop.PostTask([&] { ran = true; }); });
-    EXPECT_THAT(pass.Run(), ElementsAre(Deadline{1'700'000'005, 0}));
+    EXPECT_THAT(pass.Run(), ElementsAre(DeadlineOfWait{1'700'000'005, 0}));
     EXPECT_EQ(signals.Value(), 1);
     EXPECT_FALSE(ran);
 }

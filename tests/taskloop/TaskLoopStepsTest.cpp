@@ -17,7 +17,6 @@ namespace
 {
 
 constexpr std::uint64_t emptyQueue = 2147483647;
-constexpr std::uint64_t allOnes = 18446744073709551615U;
 
 TEST(TaskLoopProcess, AnEmptyQueueGivesTheSentinelAndLeavesBusyAlone)
 {

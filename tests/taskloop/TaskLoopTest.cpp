@@ -20,8 +20,6 @@ namespace
 
 using testing::ElementsAre;
 
-constexpr std::uint64_t allOnes = 18446744073709551615U;
-
 TEST(TaskLoop, IsCreatedIdle)
 {
     TaskLoop loop("Idle");

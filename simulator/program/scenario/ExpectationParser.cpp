@@ -42,7 +42,7 @@ Expectation ParseDefault(TokenReader& line, const Names& names)
     return expectation;
 }
 
-Expectation ParseEndpoint(TokenReader& line, const Names& names)
+Expectation ParseEndpointState(TokenReader& line, const Names& names)
 {
     ExpectEndpoint expectation;
     expectation.endpoint = names.KnownEndpoint(line.NeedQuoted("the endpoint's name"));
@@ -133,7 +133,7 @@ Expectation ParseExpectation(TokenReader& line, const Names& names)
     }
     if (line.Accept("endpoint"))
     {
-        return ParseEndpoint(line, names);
+        return ParseEndpointState(line, names);
     }
     if (line.Accept("state of"))
     {

@@ -12,14 +12,14 @@ using testing::ElementsAre;
 using testing::Field;
 using testing::IsEmpty;
 
-constexpr std::string_view declarations = "speaker \"Speakers\"\n"
-                                          "headset \"Buds\" address 0A1B2C3D4E5F\n"
-                                          "headset \"Mono\" address 00000000000A without hands-free\n";
+constexpr std::string_view sceneLines = "speaker \"Speakers\"\n"
+                                        "headset \"Buds\" address 0A1B2C3D4E5F\n"
+                                        "headset \"Mono\" address 00000000000A without hands-free\n";
 
 /// The statement of a line that follows the declarations.
 Statement Parse(std::string_view line)
 {
-    const Scenario scenario = ParseScenario(std::string(declarations) + std::string(line));
+    const Scenario scenario = ParseScenario(std::string(sceneLines) + std::string(line));
     EXPECT_THAT(scenario.complaints, IsEmpty()) << scenario.complaints.front().message;
     EXPECT_EQ(scenario.lines.size(), 4U);
     return scenario.lines.back().statement;
@@ -55,7 +55,7 @@ TEST(StatementParser, DeclaresTheComputersOwnEndpoints)
 
 TEST(StatementParser, DeclaresHeadsets)
 {
-    const Scenario scenario = ParseScenario(declarations);
+    const Scenario scenario = ParseScenario(sceneLines);
     const auto buds = std::get<Headset>(scenario.lines[1].statement);
     EXPECT_EQ(buds.name, "Buds");
     EXPECT_EQ(buds.address, 11111822610015U);
