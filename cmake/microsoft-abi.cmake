@@ -23,7 +23,8 @@ set(microsoft_folder ${CMAKE_CURRENT_LIST_DIR}/../microsoft)
 cmake_path(NORMAL_PATH microsoft_folder)
 set(platform_headers "/imsvc /usr/include/wine/wine/msvcrt /imsvc /usr/x86_64-w64-mingw32/include")
 string(JOIN " " CMAKE_CXX_FLAGS_INIT /X -fms-compatibility-version=19.43 /EHsc /GR -D_UCRT
-    /clang:-isystem${microsoft_folder}/include /clang:-isystem${MICROSOFT_STL}/stl/inc ${platform_headers}
+    /clang:-isystem${microsoft_folder}/platform /clang:-isystem${microsoft_folder}/include
+    /clang:-isystem${MICROSOFT_STL}/stl/inc ${platform_headers}
     /FI${microsoft_folder}/include/prelude.h)
 set(CMAKE_C_FLAGS_INIT "/X -D_UCRT ${platform_headers}")
 set(CMAKE_RC_FLAGS_INIT "-I /usr/x86_64-w64-mingw32/include")
