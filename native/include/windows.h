@@ -99,6 +99,8 @@ extern "C"
     // A lock that nothing of the thread library knows of.
     void WINAPI AcquireSRWLockExclusive(SRWLOCK* lock);
     void WINAPI ReleaseSRWLockExclusive(SRWLOCK* lock);
+    void WINAPI AcquireSRWLockShared(SRWLOCK* lock);
+    void WINAPI ReleaseSRWLockShared(SRWLOCK* lock);
 
     // Bytes into a channel; see Channel.h.
     BOOL WINAPI WriteFile(HANDLE file, const void* bytes, DWORD size, PDWORD, OVERLAPPED*);

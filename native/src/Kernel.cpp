@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -23,6 +24,17 @@ LONGLONG Ticks()
     using PlatformTicks = std::chrono::duration<LONGLONG, std::ratio<1, ticksPerSecond>>;
     const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
     return std::chrono::duration_cast<PlatformTicks>(sinceStart).count();
+}
+
+// What a lock holds: nothing, its own address while one thread has it alone, otherwise the number of its readers.
+void* OneReaderMore(void* readers)
+{
+    return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(readers) + 1);
+}
+
+void* OneReaderLess(void* readers)
+{
+    return reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(readers) - 1);
 }
 
 } // namespace
@@ -61,8 +73,10 @@ BOOL TerminateThread(HANDLE, DWORD)
 
 void AcquireSRWLockExclusive(SRWLOCK* lock)
 {
-    while (std::atomic_ref(lock->Ptr).exchange(lock) != nullptr)
+    void* before = nullptr;
+    while (!std::atomic_ref(lock->Ptr).compare_exchange_weak(before, lock))
     {
+        before = nullptr;
         std::this_thread::yield();
     }
 }
@@ -70,6 +84,24 @@ void AcquireSRWLockExclusive(SRWLOCK* lock)
 void ReleaseSRWLockExclusive(SRWLOCK* lock)
 {
     std::atomic_ref(lock->Ptr).store(nullptr);
+}
+
+void AcquireSRWLockShared(SRWLOCK* lock)
+{
+    std::atomic_ref holders(lock->Ptr);
+    for (void* before = holders; before == lock || !holders.compare_exchange_weak(before, OneReaderMore(before));
+         before = holders)
+    {
+        std::this_thread::yield();
+    }
+}
+
+void ReleaseSRWLockShared(SRWLOCK* lock)
+{
+    std::atomic_ref holders(lock->Ptr);
+    for (void* before = holders; !holders.compare_exchange_weak(before, OneReaderLess(before));)
+    {
+    }
 }
 
 void Sleep(DWORD milliseconds)

@@ -48,6 +48,31 @@ TEST(StandIn, NoHandleIsRefused)
     EXPECT_FALSE(CloseHandle(nullptr));
 }
 
+TEST(StandIn, ALockHasManyReadersOrOneOwner)
+{
+    SRWLOCK lock = SRWLOCK_INIT;
+    AcquireSRWLockShared(&lock);
+    AcquireSRWLockShared(&lock); // does not wait for the first
+    int readers = 2;
+    std::thread owner(
+        [&]
+        {
+            AcquireSRWLockExclusive(&lock);
+            EXPECT_EQ(readers, 0);
+            readers = 1;
+            ReleaseSRWLockExclusive(&lock);
+        });
+    --readers;
+    ReleaseSRWLockShared(&lock);
+    std::this_thread::yield(); // one of the two is left: it still keeps the owner out
+    --readers;
+    ReleaseSRWLockShared(&lock);
+    owner.join();
+    AcquireSRWLockShared(&lock);
+    EXPECT_EQ(readers, 1);
+    ReleaseSRWLockShared(&lock);
+}
+
 TEST(StandIn, ApartmentsAreCountedForEachThread)
 {
     void* object = this;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "simulator/audio/AudioApi.h"
-#include "simulator/audio/ContainerIds.h"
 #include "simulator/audio/EndpointOptions.h"
 
 #include <windows.h>
@@ -10,7 +9,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "simulator/audio/ComObject.h"
-#include "simulator/audio/EndpointModel.h"
 
 #include <windows.h>
 

@@ -3,6 +3,7 @@
 #include "simulator/audio/DeviceTree.h"
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 namespace sim::DeviceSets

@@ -6,6 +6,7 @@
 #include "simulator/audio/DeviceTree.h"
 
 #include <cwchar>
+#include <iterator>
 #include <stdexcept>
 
 namespace sim

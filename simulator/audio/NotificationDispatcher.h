@@ -3,8 +3,6 @@
 #include "simulator/audio/AudioService.h"
 #include "simulator/audio/Notification.h"
 
-#include <windows.h>
-
 #include <mmdeviceapi.h>
 
 #include <chrono>

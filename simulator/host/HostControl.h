@@ -4,10 +4,7 @@
 #include "device/VynTypes.h"
 #include "simulator/host/HostControlApi.h"
 
-#include <cstdint>
-
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>

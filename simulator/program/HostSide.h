@@ -2,14 +2,11 @@
 
 #include "simulator/program/PluginModule.h"
 
-#include "device/IDevConnecter.h"
-#include "device/IDevFeatureHandler.h"
 #include "device/VynProviderPlugin.h"
 #include "device/VynTypes.h"
 
 #include <atomic>
 #include <cstdint>
-#include <string>
 
 namespace sim
 {

@@ -1,5 +1,8 @@
 #include "tests/audio/AudioTest.h"
 
+#include "simulator/audio/ContainerIds.h"
+#include "simulator/audio/EndpointOptions.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <mutex>

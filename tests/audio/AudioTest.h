@@ -6,6 +6,7 @@
 
 #include "simulator/audio/AudioService.h"
 #include "simulator/audio/BluetoothDevices.h"
+#include "simulator/audio/EndpointOptions.h"
 #include "simulator/host/HostControl.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"

@@ -1,10 +1,15 @@
 // The search for the Bluetooth device node of a container.
 #include "audio/HeadFeatureConnect.h"
+#include "simulator/timeline/Timeline.h"
 #include "tests/audio/AudioTest.h"
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/SetupApiSpy.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>

@@ -2,6 +2,9 @@
 #include "tests/audio/NotificationClientTest.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <thread>
 

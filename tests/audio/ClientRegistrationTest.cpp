@@ -1,11 +1,21 @@
 // How the module registers its notification client: once in a process, and for good.
+#include "audio/CMMNotificationClient.h"
+#include "simulator/audio/AudioService.h"
 #include "tests/audio/ApartmentSpy.h"
 #include "tests/audio/ApartmentThread.h"
+#include "tests/audio/AudioTest.h"
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/NotificationClientTest.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <endpointvolume.h>
+
+#include <mutex>
 #include <thread>
+#include <vector>
 
 namespace
 {

@@ -1,11 +1,16 @@
 // The set of default render endpoints.
 #include "audio/HeadFeatureConnect.h"
+#include "simulator/audio/AudioService.h"
 #include "tests/audio/ApartmentThread.h"
 #include "tests/audio/AudioTest.h"
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/FakeDevices.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
 #include <string>
 #include <vector>
 

@@ -1,16 +1,25 @@
 // What the notification client does with changes of defaults and states.
+#include "audio/CMMNotificationClient.h"
+#include "simulator/audio/AudioService.h"
 #include "tests/audio/ApartmentThread.h"
+#include "tests/audio/AudioTest.h"
 #include "tests/audio/NotificationClientTest.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <new>
 #include <ostream>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 namespace
 {

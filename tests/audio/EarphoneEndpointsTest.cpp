@@ -1,10 +1,16 @@
 // Which endpoints are a headset's, and which one is the built-in speaker.
+#include "audio/EarEndpointInfo.h"
+#include "simulator/audio/ContainerIds.h"
 #include "tests/audio/EarphoneTest.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <windows.h>
 
+#include <cstdint>
 #include <string>
 
 namespace

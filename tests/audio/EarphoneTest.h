@@ -1,8 +1,10 @@
 #pragma once
 
+#include "audio/EndpointRecord.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
 #include "tests/audio/AudioTest.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>

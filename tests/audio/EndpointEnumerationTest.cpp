@@ -1,5 +1,6 @@
 // The list of the computer's audio endpoints.
 #include "audio/HeadFeatureConnect.h"
+#include "simulator/audio/AudioService.h"
 #include "tests/audio/ApartmentThread.h"
 #include "tests/audio/AudioTest.h"
 #include "tests/audio/ComCreations.h"
@@ -7,7 +8,9 @@
 #include "tests/audio/SetupApiSpy.h"
 #include "tests/support/LogLines.h"
 
-#include <set>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 

@@ -4,6 +4,9 @@
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/FakeDevices.h"
 
+#include <gtest/gtest.h>
+
+#include <cstdint>
 #include <ostream>
 #include <string>
 

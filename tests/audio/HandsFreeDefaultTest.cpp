@@ -2,8 +2,17 @@
 #include "tests/audio/SwitchingTest.h"
 #include "tests/support/LockSpy.h"
 
-#include <algorithm>
+#include "simulator/audio/AudioService.h"
+#include "simulator/timeline/Timeline.h"
+#include "tests/audio/AudioTest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
 #include <chrono>
+#include <mutex>
 
 namespace
 {

@@ -1,8 +1,13 @@
 // The report of every headset's state to the host.
 #include "tests/audio/EarphoneTest.h"
-#include "tests/support/LogLines.h"
 
-#include <atomic>
+#include "simulator/host/HostControl.h"
+
+#include "device/VynTypes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <string>
 #include <thread>
 #include <vector>

@@ -3,6 +3,11 @@
 #include "tests/audio/AudioTest.h"
 #include "tests/support/LogLines.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
 #include <atomic>
 #include <string>
 #include <thread>

@@ -4,9 +4,12 @@
 #include "tests/audio/AudioTest.h"
 #include "tests/support/PrivateAccess.h"
 
+#include <gtest/gtest.h>
+
 #include <windows.h>
 
 #include <mmdeviceapi.h>
+#include <objbase.h>
 
 #include <mutex>
 #include <string>

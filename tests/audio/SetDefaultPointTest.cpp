@@ -1,6 +1,19 @@
 // The whole switch of a headset's audio: visibility, speaker, stereo, hands-free, and what follows a failure.
 #include "tests/audio/SwitchingTest.h"
 
+#include "simulator/audio/AudioService.h"
+#include "simulator/host/HostControl.h"
+#include "tests/audio/AudioTest.h"
+
+#include "device/VynTypes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstdint>
+
 namespace
 {
 

@@ -1,6 +1,18 @@
 // Making the built-in speaker the default.
 #include "tests/audio/SwitchingTest.h"
 
+#include "feature/HeadsetAudioFeatureHandler.h"
+#include "simulator/audio/AudioService.h"
+#include "simulator/audio/ContainerIds.h"
+#include "tests/audio/AudioTest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <optional>
+
 namespace
 {
 

@@ -1,6 +1,15 @@
 // Making a headset's stereo endpoint the default.
 #include "tests/audio/SwitchingTest.h"
 
+#include "simulator/audio/AudioService.h"
+#include "simulator/audio/ContainerIds.h"
+#include "tests/audio/AudioTest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
 namespace
 {
 

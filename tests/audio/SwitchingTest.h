@@ -1,11 +1,18 @@
 #pragma once
 
+#include "simulator/audio/AudioService.h"
+#include "simulator/audio/EndpointOptions.h"
 #include "tests/audio/ApartmentSpy.h"
 #include "tests/audio/ApartmentThread.h"
+#include "tests/audio/AudioTest.h"
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/EarphoneTest.h"
 #include "tests/audio/SleepSpy.h"
 #include "tests/support/LogLines.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
 
 #include <functional>
 #include <string>

@@ -1,6 +1,14 @@
 // Showing and hiding a headset's endpoints.
 #include "tests/audio/SwitchingTest.h"
 
+#include "simulator/audio/AudioService.h"
+#include "tests/audio/AudioTest.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
 namespace
 {
 

@@ -4,18 +4,24 @@
 #include "simulator/host/HostControl.h"
 #include "simulator/host/wire/Package.h"
 #include "simulator/service/ConnectivityService.h"
+#include "simulator/service/Headset.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/PrivateAccess.h"
+
+#include "device/VynTypes.h"
+#include "ipc/TagIPCMessageItem.h"
 
 #include <gmock/gmock.h>
 
 #include <windows.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 EXPOSE_PRIVATE(ConnectorStates, &HeadsetConnector::devStatsMap);

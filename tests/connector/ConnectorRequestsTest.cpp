@@ -2,6 +2,12 @@
 #include "tests/connector/ConnectorFixture.h"
 #include "tests/support/ImportPatch.h"
 
+#include "device/IpcProxy.h"
+#include "device/VynTypes.h"
+
+#include <cstdint>
+#include <type_traits>
+
 namespace test
 {
 

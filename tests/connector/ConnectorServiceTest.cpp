@@ -1,7 +1,11 @@
 // Announcements of the service, and the connecter together with a service.
 #include "tests/connector/ConnectorFixture.h"
 
+#include "device/VynTypes.h"
+
+#include <atomic>
 #include <future>
+#include <optional>
 #include <thread>
 
 namespace test

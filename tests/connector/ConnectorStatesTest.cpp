@@ -1,6 +1,9 @@
 // The table of connection states and what the host hears of it.
 #include "tests/connector/ConnectorFixture.h"
 
+#include "device/VynTypes.h"
+
+#include <thread>
 #include <tuple>
 
 namespace test

@@ -2,6 +2,10 @@
 #include "tests/connector/ConnectorFixture.h"
 #include "tests/support/ImportPatch.h"
 
+#include "device/VynTypes.h"
+
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <tuple>
 

@@ -1,13 +1,26 @@
 // The event that announcements signal: whom it wakes, and when that one goes on.
 #include "connector/ServerReadyEvent.h"
+#include "connector/HeadsetConnector.h"
+#include "simulator/timeline/Timeline.h"
 #include "tests/connector/ConnectorFixture.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/PrivateAccess.h"
 
-#include <condition_variable>
+#include "device/IpcProxy.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
 #include <future>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
+#include <type_traits>
 
 EXPOSE_PRIVATE(ReadyHasSettled, &ServerReadyEvent::hasSettled_);
 EXPOSE_PRIVATE(ReadyConnectorProxy, &HeadsetConnector::ipcProxy);

@@ -1,6 +1,14 @@
 // The speaker volume's dip when a headset's audio moves to another device, and the tip that follows.
 #include "tests/contract/AudioMovesTest.h"
+#include "simulator/timeline/FaultPlan.h"
+#include "simulator/timeline/Timeline.h"
+#include "tests/feature/Story.h"
 #include "tests/support/ImportPatch.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
 
 #include <algorithm>
 #include <bit>

@@ -3,9 +3,15 @@
 #include "simulator/host/strings/StringsControl.h"
 #include "simulator/host/tips/TipsControl.h"
 #include "simulator/keys/VolumeKeys.h"
+#include "simulator/timeline/FaultPlan.h"
+#include "simulator/timeline/Timeline.h"
 #include "tests/contract/ContractTest.h"
+#include "tests/feature/Story.h"
+
+#include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>

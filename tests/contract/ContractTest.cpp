@@ -1,7 +1,16 @@
 #include "tests/contract/ContractTest.h"
 
-#include <algorithm>
+#include "simulator/audio/ContainerIds.h"
+#include "simulator/audio/EndpointOptions.h"
+#include "simulator/service/Headset.h"
+
+#include "device/IProvider.h"
+#include "device/VynTypes.h"
+
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
+#include <map>
 #include <stdexcept>
 
 namespace test

@@ -2,8 +2,10 @@
 
 #include "simulator/audio/AudioService.h"
 #include "simulator/audio/BluetoothDevices.h"
+#include "simulator/audio/EndpointOptions.h"
 #include "simulator/host/HostControl.h"
 #include "simulator/service/ConnectivityService.h"
+#include "simulator/service/Headset.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 #include "tests/feature/Story.h"
@@ -13,11 +15,14 @@
 
 #include "device/IDevConnecter.h"
 #include "device/IDevFeatureHandler.h"
+#include "device/VynTypes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <optional>

@@ -3,7 +3,7 @@
 #include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
 
-#include "ipc/IPCMessageClient.h"
+#include "device/IProvider.h"
 #include "logger/QvLogger.h"
 
 #include <windows.h>
@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <type_traits>

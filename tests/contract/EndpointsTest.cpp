@@ -1,6 +1,7 @@
 // Headsets and computers of all kinds: what is there of endpoints, and when.
 #include "tests/contract/ContractTest.h"
 
+#include "simulator/audio/ContainerIds.h"
 #include "tests/support/ImportPatch.h"
 
 #include <windows.h>
@@ -8,6 +9,7 @@
 #include <mmdeviceapi.h>
 
 #include <atomic>
+#include <cstddef>
 
 namespace test
 {

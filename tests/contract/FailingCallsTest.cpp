@@ -5,6 +5,7 @@
 
 #include <mmdeviceapi.h>
 
+#include <cstdint>
 #include <string>
 
 namespace test

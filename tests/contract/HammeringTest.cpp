@@ -1,14 +1,21 @@
 // Everything at once, for half a minute.
+#include "simulator/audio/AudioService.h"
 #include "simulator/keys/VolumeKeys.h"
 #include "tests/contract/ContractTest.h"
+#include "tests/feature/WatchedWaits.h"
 
-#include <windows.h>
+#include "device/VynTypes.h"
+
+#include <gtest/gtest.h>
 
 #include <mmdeviceapi.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace test

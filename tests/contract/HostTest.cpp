@@ -1,12 +1,16 @@
 // Hosts that are unkind, and what a host may do while the module calls it.
 #include "tests/contract/ContractTest.h"
 
+#include "device/VynTypes.h"
+
 #include <windows.h>
 
 #include <mmdeviceapi.h>
 
 #include <atomic>
+#include <cstdint>
 #include <future>
+#include <stdexcept>
 #include <thread>
 
 namespace test

@@ -1,6 +1,8 @@
 // The module's main job from end to end.
 #include "tests/contract/ContractTest.h"
 
+#include "device/VynTypes.h"
+
 #include <windows.h>
 
 #include <mmdeviceapi.h>

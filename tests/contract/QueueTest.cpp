@@ -1,8 +1,15 @@
 // Requests and events that meet a cooperation that is queued or being carried out, and what the service tells.
 #include "tests/contract/ContractTest.h"
 
+#include "simulator/service/Headset.h"
+
+#include <windows.h>
+
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <future>
 #include <thread>
 

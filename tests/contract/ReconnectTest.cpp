@@ -1,11 +1,26 @@
 // The reconnect that the tip's second button asks for.
+#include "simulator/host/tips/TipsControl.h"
+#include "simulator/timeline/FaultPlan.h"
 #include "tests/audio/ApartmentSpy.h"
 #include "tests/contract/AudioMovesTest.h"
+#include "tests/contract/ContractTest.h"
+
+#include "simulator/timeline/Timeline.h"
+#include "tests/feature/Story.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <stdexcept>
+#include <vector>
 
 namespace test
 {

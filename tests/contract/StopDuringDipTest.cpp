@@ -1,6 +1,12 @@
 // The end of the plug-in at every moment between the dip of the volume and its end.
 #include "tests/contract/AudioMovesTest.h"
 
+#include "simulator/timeline/Timeline.h"
+#include "tests/feature/Story.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <random>

@@ -2,10 +2,13 @@
 #include "tests/contract/ContractTest.h"
 #include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
-#include "tests/support/LogLines.h"
 
+#include "device/IProvider.h"
 #include "device/IpcProxy.h"
 #include "device/VynProviderProxy.h"
+#include "ipc/IPCMessageClient.h"
+
+#include <windows.h>
 
 #include <cstdint>
 #include <stdexcept>

@@ -3,8 +3,19 @@
 #include "tests/support/DecoratedNames.h"
 #include "tests/support/ImportPatch.h"
 
-#include "tips/OrbTipsManager.h"
+#include "simulator/timeline/Timeline.h"
+#include "tests/feature/Story.h"
 
+#include "tips/OrbTipsManager.h"
+#include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstdint>
 #include <functional>
 #include <future>
 

@@ -3,6 +3,8 @@
 
 #include "simulator/host/wire/Package.h"
 
+#include <vector>
+
 namespace test
 {
 

@@ -3,6 +3,13 @@
 
 #include "simulator/host/wire/Package.h"
 
+#include "ipc/TagIPCMessageItem.h"
+
+#include <windows.h>
+
+#include <cstdint>
+#include <vector>
+
 namespace test
 {
 

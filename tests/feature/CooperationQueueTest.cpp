@@ -1,10 +1,15 @@
 // The queue of cooperations, and the wait for a headset's endpoints.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "audio/EndpointRecord.h"
+#include "tests/support/ImportPatch.h"
+
 #include <windows.h>
 
+#include <mutex>
 #include <new>
 #include <thread>
+#include <vector>
 
 namespace test
 {

@@ -1,10 +1,19 @@
 // The worker: it carries the queued cooperations out, one at a time.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "tests/support/ImportPatch.h"
+
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <mutex>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
 
 namespace test
 {

@@ -3,16 +3,24 @@
 
 #include "simulator/host/wire/Package.h"
 #include "simulator/keys/VolumeKeys.h"
+#include "taskloop/TaskLoop.h"
 #include "tests/audio/ApartmentSpy.h"
 #include "tests/support/LockSpy.h"
 #include "tests/support/Watchdog.h"
 
+#include "ipc/TagIPCMessageItem.h"
 #include "tips/OrbTipsManager.h"
 
 #include <windows.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string_view>
 #include <thread>
+#include <vector>
 
 EXPOSE_PRIVATE(DeviceChangeTip, &HeadsetAudioFeatureHandler::voiceChangeTip);
 

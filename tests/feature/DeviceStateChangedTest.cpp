@@ -1,10 +1,14 @@
 // What an endpoint's change means: it completes the pending cooperation, or every headset's state is reported.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "audio/EndpointRecord.h"
+#include "tests/support/ImportPatch.h"
+
 #include <windows.h>
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <thread>
 #include <vector>
 

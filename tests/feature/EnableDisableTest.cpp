@@ -1,8 +1,13 @@
 // The host's requests to turn the feature on and off.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "feature/CoopTask.h"
+
+#include "device/VynTypes.h"
+
 #include <windows.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 

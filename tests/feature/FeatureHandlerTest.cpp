@@ -1,8 +1,19 @@
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "audio/EndpointRecord.h"
+#include "feature/CoopTask.h"
+#include "plugin/OwnedHandle.h"
+
+#include "device/IpcProxy.h"
+#include "device/VynTypes.h"
+
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
 
 namespace test
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "audio/EndpointRecord.h"
 #include "audio/ModuleEndpoints.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
 #include "simulator/audio/AudioService.h"
@@ -12,12 +13,17 @@
 #include "tests/support/DecoratedNames.h"
 #include "tests/support/PrivateAccess.h"
 
+#include "device/VynTypes.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 EXPOSE_PRIVATE(CoopTaskQueue, &HeadsetAudioFeatureHandler::coopTaskQueue);
 EXPOSE_PRIVATE(CoopMutex, &HeadsetAudioFeatureHandler::coopMutex);

@@ -1,10 +1,17 @@
 // The feature's state: what the handler answers, and what it reports when a headset's audio is here already.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "audio/EndpointRecord.h"
+
+#include "device/VynTypes.h"
+
 #include <windows.h>
 
+#include <cstdint>
 #include <future>
+#include <mutex>
 #include <thread>
+#include <vector>
 
 namespace test
 {

@@ -1,7 +1,12 @@
 // The feature handler's start and end.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "simulator/service/Headset.h"
+#include "taskloop/TaskLoop.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/Watchdog.h"
+
+#include "device/IProvider.h"
 
 #include <windows.h>
 
@@ -10,11 +15,13 @@
 #include <future>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace test
 {

@@ -1,9 +1,13 @@
 // The connectivity service's announcements.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "ipc/TagIPCMessageItem.h"
+
 #include <windows.h>
 
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace test
 {

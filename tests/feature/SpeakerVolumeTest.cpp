@@ -2,6 +2,7 @@
 #include "tests/feature/FeatureHandlerTest.h"
 
 #include "audio/ComApartment.h"
+#include "audio/ComPtr.h"
 #include "simulator/host/strings/StringsControl.h"
 #include "simulator/keys/VolumeKeys.h"
 #include "tests/audio/ApartmentThread.h"
@@ -9,11 +10,15 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <map>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 EXPOSE_PRIVATE(SavedVolume, &HeadsetAudioFeatureHandler::defaultSpeakerVolume);
 

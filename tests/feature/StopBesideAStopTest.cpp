@@ -2,6 +2,7 @@
 #include "tests/feature/FeatureHandlerTest.h"
 
 #include <future>
+#include <mutex>
 
 EXPOSE_PRIVATE(LoopLifeMutex, &HeadsetAudioFeatureHandler::loopLifeMutex);
 

@@ -1,10 +1,11 @@
 // Calls of the platform that say that they succeeded, and give nothing.
-#include "audio/ComPtr.h"
 #include "feature/HeadsetAudioFeatureHandler.h"
 #include "tests/audio/ComCreations.h"
 #include "tests/audio/FakeDevices.h"
 
 #include <gtest/gtest.h>
+
+#include <windows.h>
 
 namespace test
 {

@@ -7,11 +7,18 @@
 #include "tests/support/Watchdog.h"
 
 #include "tips/OrbTipsManager.h"
+#include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
 
 #include <windows.h>
 
+#include <cstddef>
 #include <future>
+#include <mutex>
+#include <stdexcept>
 #include <thread>
+#include <utility>
+#include <vector>
 
 EXPOSE_PRIVATE(Tip, &HeadsetAudioFeatureHandler::voiceChangeTip);
 EXPOSE_PRIVATE(TipAddress, &HeadsetAudioFeatureHandler::tipDeviceAddress);

@@ -1,6 +1,10 @@
 // A worker that fails half-way when memory runs out.
 #include "tests/feature/FeatureHandlerTest.h"
 
+#include "tests/support/ImportPatch.h"
+
+#include <windows.h>
+
 #include <atomic>
 #include <new>
 

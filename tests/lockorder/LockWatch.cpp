@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <ios>
 #include <iterator>
 #include <span>
 #include <sstream>

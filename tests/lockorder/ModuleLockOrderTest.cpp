@@ -5,6 +5,9 @@
 #include "tests/lockorder/Routine.h"
 #include "tests/support/PluginModule.h"
 
+#include "device/IDevConnecter.h"
+#include "device/IDevFeatureHandler.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,12 +1,17 @@
 #include "tests/lockorder/Routine.h"
 
+#include "simulator/audio/ContainerIds.h"
 #include "simulator/host/HostControl.h"
 #include "simulator/host/tips/TipsControl.h"
+#include "simulator/service/Headset.h"
 #include "simulator/timeline/Timeline.h"
+
+#include "device/VynTypes.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 

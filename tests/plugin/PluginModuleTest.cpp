@@ -15,6 +15,7 @@
 #include <windows.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <new>
 #include <string>

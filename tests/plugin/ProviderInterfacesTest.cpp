@@ -3,10 +3,13 @@
 #include "device/IDevFeatureHandler.h"
 #include "device/IDevFinder.h"
 #include "device/IToolProvider.h"
+#include "device/VynTypes.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace test

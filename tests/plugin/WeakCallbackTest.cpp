@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <stdexcept>

@@ -6,6 +6,7 @@
 #include "audio/HeadFeatureConnect.h"
 #include "audio/ModuleEndpoints.h"
 
+#include "audio/EndpointRecord.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <gmock/gmock.h>

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "taskloop/LoopTask.h"
 #include "taskloop/TaskLoop.h"
 #include "tests/support/PrivateAccess.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <future>
 #include <string>
+#include <utility>
 
 // The loop's private members, by the names of the tags.
 EXPOSE_PRIVATE(LoopQueue, &TaskLoop::taskQueue);

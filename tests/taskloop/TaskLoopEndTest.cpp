@@ -1,15 +1,19 @@
 // How the loop's thread begins and ends: its name, lost signals, threads that were ended from outside, starts during a stop.
+#include "taskloop/TaskLoop.h"
+#include "tests/support/ImportPatch.h"
 #include "tests/support/LogLines.h"
 #include "tests/taskloop/TaskLoopAccess.h"
 #include "tests/taskloop/ThreadLibraryWatch.h"
 
 #include <gmock/gmock.h>
 
+#include <pthread.h>
 #include <windows.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <ctime>
 #include <functional>
 #include <future>
 #include <memory>

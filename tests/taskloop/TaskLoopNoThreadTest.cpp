@@ -1,4 +1,5 @@
 // A loop for which there is no thread, or no memory.
+#include "taskloop/TaskLoop.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/taskloop/TaskLoopAccess.h"
 
@@ -10,7 +11,6 @@
 #include <new>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 namespace test
 {

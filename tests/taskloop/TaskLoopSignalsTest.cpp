@@ -1,5 +1,8 @@
 // Which signals the loop gives, and how long it sleeps, seen at its calls of the thread library.
+#include "taskloop/LoopTask.h"
+#include "taskloop/TaskLoop.h"
 #include "tests/support/ImportPatch.h"
+#include "tests/support/PrivateAccess.h"
 #include "tests/taskloop/TaskLoopAccess.h"
 #include "tests/taskloop/ThreadLibraryWatch.h"
 
@@ -10,12 +13,14 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <ctime>
 #include <functional>
 #include <future>
 #include <mutex>
 #include <ostream>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
 EXPOSE_PRIVATE(LoopRun, &TaskLoop::Run);

@@ -1,14 +1,22 @@
 // The loop's private steps, one by one, without its thread.
+#include "taskloop/LoopTask.h"
+#include "taskloop/TaskLoop.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/taskloop/TaskLoopAccess.h"
 #include "tests/taskloop/ThreadLibraryWatch.h"
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <thread>
+#include <utility>
 
 namespace test
 {

@@ -1,4 +1,6 @@
 // What a user of the task loop sees: adding, running and removing tasks.
+#include "taskloop/TaskLoop.h"
+#include "taskloop/LoopTask.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/taskloop/TaskLoopAccess.h"
 
@@ -7,6 +9,8 @@
 #include <windows.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <future>
 #include <string>
 #include <thread>

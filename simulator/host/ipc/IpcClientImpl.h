@@ -2,7 +2,6 @@
 
 #include "ipc/IPCMessageClient.h"
 #include "ipc/IpcApi.h"
-#include "simulator/host/wire/Frame.h"
 
 #include <cstdint>
 #include <memory>

@@ -4,7 +4,6 @@
 #include "tips/TipsTypes.h"
 
 #include <cstddef>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>

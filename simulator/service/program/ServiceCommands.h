@@ -1,7 +1,6 @@
 #pragma once
 
 #include "simulator/service/ConnectivityService.h"
-#include "simulator/service/program/CommandWords.h"
 
 #include <string_view>
 

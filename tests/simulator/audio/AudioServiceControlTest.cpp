@@ -1,5 +1,6 @@
 #include "tests/simulator/audio/AudioClient.h"
 
+#include <stdexcept>
 #include <thread>
 
 namespace

@@ -1,6 +1,9 @@
 #include "tests/simulator/audio/AudioClient.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <stdexcept>
 
 namespace
 {

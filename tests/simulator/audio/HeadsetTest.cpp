@@ -1,6 +1,11 @@
 #include "tests/simulator/audio/AudioClient.h"
 
 #include "simulator/audio/BluetoothDevices.h"
+#include "simulator/audio/ContainerIds.h"
+#include "simulator/audio/EndpointOptions.h"
+
+#include <optional>
+#include <stdexcept>
 
 namespace
 {

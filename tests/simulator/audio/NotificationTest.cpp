@@ -1,6 +1,9 @@
 #include "tests/simulator/audio/AudioClient.h"
 
+#include "simulator/audio/ContainerIds.h"
+
 #include <algorithm>
+#include <cstddef>
 #include <set>
 #include <stdexcept>
 #include <thread>

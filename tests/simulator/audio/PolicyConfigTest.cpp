@@ -1,5 +1,8 @@
 #include "tests/simulator/audio/AudioClient.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace
 {
 

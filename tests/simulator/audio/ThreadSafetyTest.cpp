@@ -1,5 +1,9 @@
 #include "tests/simulator/audio/AudioClient.h"
 
+#include "simulator/audio/ContainerIds.h"
+
+#include <cstddef>
+#include <optional>
 #include <thread>
 
 namespace

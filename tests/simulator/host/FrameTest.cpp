@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+
 using sim::Frame;
 using sim::FrameKind;
 using sim::FrameParser;

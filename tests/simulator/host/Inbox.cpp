@@ -1,5 +1,9 @@
 #include "tests/simulator/host/Inbox.h"
 
+#include "ipc/TagIPCMessageItem.h"
+
+#include <cstddef>
+
 IPCMessageClient::MessageCallback Inbox::Callback()
 {
     return [this](const TagIPCMessageItem& item)

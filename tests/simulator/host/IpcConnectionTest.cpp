@@ -1,8 +1,20 @@
+#include "simulator/host/HostControl.h"
 #include "simulator/host/wire/PipeConnection.h"
 #include "simulator/host/wire/PipeListener.h"
+#include "simulator/service/ConnectivityService.h"
+#include "simulator/timeline/Timeline.h"
+#include "tests/simulator/host/Inbox.h"
 #include "tests/simulator/host/IpcTest.h"
 
+#include "device/IpcProxy.h"
+
 #include <gmock/gmock.h>
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 
 using testing::ElementsAre;
 using VynCore::IpcProxy;

@@ -1,8 +1,14 @@
 #include "tests/simulator/host/IpcTest.h"
 
+#include "ipc/IPCMessageClient.h"
+#include "ipc/TagIPCMessageItem.h"
+
 #include <gmock/gmock.h>
 
+#include <cstddef>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 using testing::ElementsAre;
 using VynCore::IpcProxy;

@@ -1,6 +1,7 @@
 #include "tests/simulator/host/IpcTest.h"
 
 #include <stdexcept>
+#include <vector>
 
 using VynCore::IpcProxy;
 

@@ -1,7 +1,13 @@
 #include "tests/simulator/host/IpcTest.h"
 
+#include "ipc/IPCMessageClient.h"
+#include "ipc/TagIPCMessageItem.h"
+
 #include <atomic>
+#include <chrono>
+#include <cstddef>
 #include <thread>
+#include <vector>
 
 using VynCore::IpcProxy;
 

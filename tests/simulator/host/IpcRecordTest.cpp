@@ -1,8 +1,18 @@
+#include "device/IpcProxy.h"
+#include "ipc/IPCMessageClient.h"
 #include "ipc/IpcBufferBuild.h"
 #include "ipc/QvIpcPackage.h"
+#include "ipc/TagIPCMessageItem.h"
+#include "simulator/timeline/Timeline.h"
+#include "tests/simulator/host/Inbox.h"
 #include "tests/simulator/host/IpcTest.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 using VynCore::IpcProxy;
 

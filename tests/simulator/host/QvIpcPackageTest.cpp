@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace
 {

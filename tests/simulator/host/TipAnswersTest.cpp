@@ -1,8 +1,15 @@
 #include "tests/simulator/host/TipsTest.h"
 
+#include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
+
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <future>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 

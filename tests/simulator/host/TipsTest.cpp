@@ -1,6 +1,10 @@
 #include "tests/simulator/host/TipsTest.h"
 
+#include "tips/TipsBase.h"
+#include "tips/TipsTypes.h"
+
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 using namespace Qva::TipsSdk;

@@ -5,7 +5,9 @@
 #include "simulator/timeline/Timeline.h"
 #include "tests/support/Watchdog.h"
 #include "tips/OrbTipsManager.h"
+#include "tips/TipsBase.h"
 #include "tips/TipsPopUpWnd.h"
+#include "tips/TipsTypes.h"
 
 #include <gmock/gmock.h>
 
