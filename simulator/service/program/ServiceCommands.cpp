@@ -2,6 +2,7 @@
 
 #include "simulator/service/Headset.h"
 #include "simulator/service/MessageIds.h"
+#include "simulator/service/program/CommandWords.h"
 
 #include <cstdint>
 #include <map>
