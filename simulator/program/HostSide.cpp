@@ -9,6 +9,8 @@
 #include "device/VynProviderPlugin.h"
 #include "device/VynTypes.h"
 
+#include <string>
+
 namespace sim
 {
 
