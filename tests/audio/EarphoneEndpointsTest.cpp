@@ -1,6 +1,7 @@
 // Which endpoints are a headset's, and which one is the built-in speaker.
 #include "audio/EarEndpointInfo.h"
 #include "simulator/audio/ContainerIds.h"
+#include "tests/audio/AudioTest.h"
 #include "tests/audio/EarphoneTest.h"
 #include "tests/support/ImportPatch.h"
 #include "tests/support/LogLines.h"
@@ -12,6 +13,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace
 {

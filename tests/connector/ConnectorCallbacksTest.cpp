@@ -3,6 +3,8 @@
 #include "tests/connector/ThreadLibrary.h"
 #include "tests/support/ImportPatch.h"
 
+#include "ipc/IPCMessageClient.h"
+
 #include <map>
 
 namespace test

@@ -4,7 +4,9 @@
 
 #include "device/IpcProxy.h"
 #include "device/VynTypes.h"
+#include "ipc/IPCMessageClient.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 

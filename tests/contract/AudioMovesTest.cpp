@@ -1,5 +1,6 @@
 // The speaker volume's dip when a headset's audio moves to another device, and the tip that follows.
 #include "tests/contract/AudioMovesTest.h"
+#include "simulator/audio/AudioService.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 #include "tests/feature/Story.h"

@@ -2,6 +2,8 @@
 #include "tests/contract/ContractTest.h"
 #include "tests/support/AnsiCodePage.h"
 
+#include <windows.h>
+
 #include <string>
 
 namespace test

@@ -2,6 +2,7 @@
 #include "tests/support/PluginModule.h"
 #include "device/IDevConnecter.h"
 #include "device/IDevFeatureHandler.h"
+#include "device/VynTypes.h"
 #include "simulator/host/HostControl.h"
 #include "simulator/service/ConnectivityService.h"
 #include "simulator/timeline/Timeline.h"
@@ -16,6 +17,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <string>

@@ -1,4 +1,6 @@
 #include "simulator/host/HostControl.h"
+#include "simulator/host/wire/Frame.h"
+#include "simulator/host/wire/Handle.h"
 #include "simulator/host/wire/PipeConnection.h"
 #include "simulator/host/wire/PipeListener.h"
 #include "simulator/service/ConnectivityService.h"

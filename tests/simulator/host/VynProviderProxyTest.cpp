@@ -1,12 +1,12 @@
 #include "device/VynProviderProxy.h"
-#include "device/IDevConnecter.h"
-#include "device/IDevFeatureHandler.h"
 #include "simulator/host/HostControl.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <thread>
 #include <vector>
