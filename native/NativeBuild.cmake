@@ -15,7 +15,7 @@ target_compile_options(project_options INTERFACE -Wno-sign-conversion)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}) # beside the programs, as on the platform
 add_compile_options("-D__declspec(x)=" -fno-omit-frame-pointer)
-# Imports can be replaced (see simulator/ImportPatch.cpp): all of them are bound at the start, and stay writable.
+# Imports can be replaced (see simulator/ImportSlot.cpp): all of them are bound at the start, and stay writable.
 add_link_options(-Wl,-z,now -Wl,-z,norelro)
 # Where inline functions are functions of their own, each library calls its own, as on the platform, so that a test that
 # replaces an import of the program does not meet the libraries' calls too.
@@ -115,8 +115,8 @@ endfunction()
 
 # What needs the platform itself has a counterpart. Called when all targets are there.
 function(replace_what_is_of_the_platform)
-    replace_source(sim_support ImportPatch.cpp simulator/ImportPatch.cpp)
-    replace_source(sim_wire wire/PipeConnection.cpp simulator/PipeConnection.cpp)
+    replace_source(sim_support ImportSlot.cpp simulator/ImportSlot.cpp)
+    replace_source(sim_wire wire/PipeEnd.cpp simulator/PipeEnd.cpp)
     replace_source(sim_wire wire/PipeListener.cpp simulator/PipeListener.cpp)
     replace_source(sim_bluetooth DeviceClients.cpp simulator/DeviceClients.cpp)
     drop_source(sim_bluetooth DeviceSets.cpp) # the stand-in for the platform has these

@@ -1,7 +1,7 @@
 // The service's end of a bus, over in-process channels in the place of a pipe's instances.
 #include "simulator/host/wire/PipeListener.h"
 
-#include "simulator/host/wire/PipeConnection.h"
+#include "simulator/host/wire/PipeEnd.h"
 
 #include "native/src/Channel.h"
 

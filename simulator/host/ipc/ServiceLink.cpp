@@ -2,6 +2,7 @@
 
 #include "simulator/host/wire/Frame.h"
 #include "simulator/host/wire/Handle.h"
+#include "simulator/host/wire/PipeEnd.h"
 
 #include <windows.h>
 

@@ -2,25 +2,14 @@
 
 #include "simulator/host/wire/Frame.h"
 #include "simulator/host/wire/Handle.h"
-
-#include <windows.h>
+#include "simulator/host/wire/PipeEnd.h"
 
 #include <array>
-#include <chrono>
 #include <mutex>
 #include <optional>
-#include <string>
-#include <string_view>
 
 namespace sim
 {
-
-/// Path of a bus's pipe.
-std::wstring PipePath(std::string_view bus);
-
-/// Opens the client's end. While the service is there but has no free instance, tries again for as long as `patience`.
-/// None when there is no service.
-Handle OpenPipe(const std::wstring& path, std::chrono::milliseconds patience);
 
 /// One end of a connection, over a pipe that was opened for overlapped use.
 ///
@@ -45,16 +34,7 @@ public:
     PipeConnection& operator=(const PipeConnection&) = delete;
 
 private:
-    /// Waits for the operation that `overlapped` belongs to, cancelling it on `Close` or after `limitMs`. Gives the
-    /// bytes moved; none when it failed.
-    std::optional<DWORD> Finish(OVERLAPPED& overlapped, DWORD limitMs);
-    bool Write(std::string_view bytes);
-    std::optional<DWORD> Read();
-
-    const Handle pipe_;
-    const Handle closed_ = MakeEvent();
-    const Handle readDone_ = MakeEvent();
-    const Handle writeDone_ = MakeEvent();
+    PipeEnd end_;
     std::mutex sendMutex_;           // one frame after the other
     FrameParser parser_;             // of the receiving thread
     std::array<char, 65536> buffer_; // of the receiving thread

@@ -1,6 +1,6 @@
 #include "simulator/host/wire/PipeListener.h"
 
-#include "simulator/host/wire/PipeConnection.h"
+#include "simulator/host/wire/PipeEnd.h"
 
 #include <windows.h>
 

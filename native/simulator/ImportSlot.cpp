@@ -1,7 +1,7 @@
-// Replaces imported functions of one module: here these are the addresses in its global offset table, which the dynamic
-// linker fills when it loads the module. The program and its libraries are linked so that it fills them all at once and
+// Where a module keeps the addresses of its imported functions: here in its global offset table, which the dynamic linker
+// fills when it loads the module. The program and its libraries are linked so that it fills them all at once and
 // leaves them writable.
-#include "simulator/support/ImportPatch.h"
+#include "simulator/support/ImportSlot.h"
 
 #include <elf.h>
 #include <link.h>
@@ -91,36 +91,16 @@ std::string NameHere(const std::string& function)
     return function.starts_with(operatorNew) ? "_Znwm" + function.substr(operatorNew.size()) : function;
 }
 
-void** FindSlot(HMODULE module, const std::string& dll, const std::string& function)
+} // namespace
+
+void** FindImportSlot(HMODULE module, const std::string& dll, const std::string& function)
 {
     return IsLibrary(dll) ? Image(module).FindSlot(NameHere(function)) : nullptr;
 }
 
-void* Exchange(void** slot, void* value)
+void* ExchangeImport(void** slot, void* value)
 {
     return std::atomic_ref(*slot).exchange(value);
-}
-
-} // namespace
-
-ImportPatch::ImportPatch(HMODULE module, const std::string& dll, const std::string& function, void* replacement)
-    : slot_(FindSlot(module, dll, function))
-{
-    if (slot_ == nullptr)
-    {
-        throw std::runtime_error("not imported: " + function + " of " + dll);
-    }
-    original_ = Exchange(slot_, replacement);
-}
-
-ImportPatch::~ImportPatch()
-{
-    Exchange(slot_, original_);
-}
-
-bool ImportPatch::IsImported(HMODULE module, const std::string& dll, const std::string& function)
-{
-    return FindSlot(module, dll, function) != nullptr;
 }
 
 } // namespace sim
