@@ -186,7 +186,7 @@ HeadsetAudioFeatureHandler::CoopRelease HeadsetAudioFeatureHandler::Release(cons
         coopTaskQueue.erase(task);
     }
     // The pending cooperation's kind is not compared: intended, the released behaviour is kept.
-    return CoopRelease(isErased, pendingMac == mac ? pendingEvent : nullptr);
+    return {isErased, pendingMac == mac ? pendingEvent : nullptr};
 }
 
 bool HeadsetAudioFeatureHandler::IsEnableQueuedLocked(const std::string& mac) const

@@ -5,4 +5,4 @@ set -uo pipefail
 . "$(dirname "$0")/lib.sh"
 
 cd "$root/tests/abi" || die "cannot enter tests/abi"
-python3 -B check_library.py "$installed/bin/HeadsetAdapterPlugin.dll" || die "not as the tables say"
+/usr/bin/python3 -B check_library.py "$installed/bin/HeadsetAdapterPlugin.dll" || die "not as the tables say"
