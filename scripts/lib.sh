@@ -81,10 +81,11 @@ with_count() {
 
 # shellcheck disable=SC2034 # for the scripts that source this file
 {
-    build_packages=(g++-mingw-w64-x86-64-posix mingw-w64-tools cmake ninja-build googletest)
+    build_packages=(g++-mingw-w64-x86-64-posix mingw-w64-tools cmake ninja-build googletest nlohmann-json3-dev)
     run_packages=(wine wine64)
-    test_packages=(clang-tidy clang-format-14 clang clang-tools clang-19 clang-tools-19 libc++-14-dev lld llvm python3 python3-pefile)
-    native_packages=(clang libclang-rt-14-dev llvm cmake ninja-build googletest)
+    test_packages=(clang-tidy clang-format-14 clang clang-tools clang-19 clang-tools-19 libc++-14-dev lld llvm python3 python3-pefile
+        python3-selenium chromium chromium-driver)
+    native_packages=(clang libclang-rt-14-dev llvm cmake ninja-build googletest nlohmann-json3-dev)
 }
 
 is_installed() {

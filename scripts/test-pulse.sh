@@ -34,7 +34,7 @@ stop_pulseaudio() {
 check_system
 ensure_packages "${build_packages[@]}" "${run_packages[@]}" pulseaudio
 start_wine
-build_targets pulse_tests
+build_targets pulse_tests simulator
 wait_for_wine
 trap 'stop_pulseaudio; stop_wine' EXIT
 start_pulseaudio

@@ -1,7 +1,5 @@
 #include "simulator/audio/ComCall.h"
 
-#include "simulator/timeline/Timeline.h"
-
 #include <atomic>
 #include <cstdio>
 
@@ -15,9 +13,11 @@ std::atomic<bool> verboseSwitch = false;
 
 } // namespace
 
-HRESULT TellCall(std::string_view text, HRESULT result)
+HRESULT TellCall(std::string_view text, HRESULT result, EntryFacts facts)
 {
-    Timeline::Instance().Add("audio", std::string(text) + " -> " + ResultText(result));
+    facts.kind = facts.kind.empty() ? "call" : facts.kind;
+    facts.values.emplace_back("result", ResultText(result));
+    Timeline::Instance().Add("audio", std::string(text) + " -> " + ResultText(result), std::move(facts));
     return result;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/FaultPlan.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <windows.h>
 
@@ -8,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace sim
 {
@@ -29,7 +32,20 @@ template <class Work> HRESULT EnterCall(std::string_view name, Work work)
 }
 
 /// Tells the timeline of a call that has ended, as "<text> -> 0x<result>", and passes its result on.
-HRESULT TellCall(std::string_view text, HRESULT result);
+HRESULT TellCall(std::string_view text, HRESULT result, EntryFacts facts = {});
+
+/// Does a client's work that changes something, and tells of it: what comes of it is told to be because of this call.
+template <class Work> HRESULT TellChange(std::string_view text, EntryFacts facts, Work work)
+{
+    facts.gives = NewCause();
+    const auto inScope = [&]
+    {
+        const CauseScope scope(facts.gives);
+        return work();
+    };
+    const HRESULT result = inScope();
+    return TellCall(text, result, std::move(facts));
+}
 
 /// The same for a call that is told only when the service is verbose.
 HRESULT TellRead(std::string_view text, HRESULT result);

@@ -1,5 +1,7 @@
 #include "simulator/audio/DelayedTasks.h"
 
+#include "simulator/timeline/Cause.h"
+
 #include <thread>
 #include <utility>
 
@@ -9,7 +11,12 @@ namespace sim
 void DelayedTasks::After(std::chrono::milliseconds delay, std::function<void()> task)
 {
     const std::scoped_lock lock(mutex_);
-    tasks_.emplace(Clock::now() + delay, std::move(task));
+    tasks_.emplace(Clock::now() + delay,
+                   [cause = CurrentCause(), task = std::move(task)]
+                   {
+                       const CauseScope scope(cause);
+                       task();
+                   });
     StartLocked();
     changed_.notify_all();
 }

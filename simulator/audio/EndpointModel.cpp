@@ -3,14 +3,33 @@
 #include "simulator/audio/AudioIdentifiers.h"
 #include "simulator/audio/EndpointIds.h"
 #include "simulator/audio/LevelText.h"
+#include "simulator/audio/StateText.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <utility>
 
 namespace sim
 {
+
+namespace
+{
+
+void TellState(const Endpoint& endpoint)
+{
+    Timeline::Instance().ChangeState("endpoint", endpoint.label, StateText(endpoint.State()));
+}
+
+/// The name of a default in the timeline, such as "render console".
+std::string TrackOf(EDataFlow flow, ERole role)
+{
+    constexpr std::array<const char*, 3> roles{"console", "multimedia", "communications"};
+    return std::string(flow == eRender ? "render " : "capture ") + roles.at(static_cast<std::size_t>(role));
+}
+
+} // namespace
 
 DWORD Endpoint::State() const
 {
@@ -29,7 +48,10 @@ void Endpoint::SetVolume(float level)
 {
     if (level != volume)
     {
-        Timeline::Instance().Add("audio", "Volume " + label + " " + LevelText(volume) + " -> " + LevelText(level));
+        Timeline::Instance().Add(
+            "audio", "Volume " + label + " " + LevelText(volume) + " -> " + LevelText(level),
+            {.kind = "volume", .values = {{"endpoint", label}, {"from", LevelText(volume)}, {"to", LevelText(level)}}});
+        Timeline::Instance().ChangeState("volume", label, LevelText(level));
     }
     volume = level;
 }
@@ -41,6 +63,8 @@ EndpointPointer EndpointModel::Add(const EndpointOptions& options)
                                                               options.containerId, options.present, options.plugged,
                                                               options.visible, options.volume, options.muted});
     endpoints_.push_back(endpoint);
+    TellState(*endpoint);
+    Timeline::Instance().ChangeState("volume", endpoint->label, LevelText(endpoint->volume));
     Report(Notification::Added(endpoint->label, id));
     Report(Notification::StateChanged(endpoint->label, id, endpoint->State()));
     UpdateDefaults(endpoint->flow);
@@ -50,6 +74,7 @@ EndpointPointer EndpointModel::Add(const EndpointOptions& options)
 void EndpointModel::Remove(const EndpointPointer& endpoint)
 {
     endpoint->removed = true;
+    Timeline::Instance().ChangeState("endpoint", endpoint->label, {});
     std::erase(endpoints_, endpoint);
     for (const ERole role : {eConsole, eMultimedia, eCommunications})
     {
@@ -176,6 +201,7 @@ void EndpointModel::ReportState(Endpoint& endpoint, DWORD before)
 {
     if (endpoint.State() != before)
     {
+        TellState(endpoint);
         Report(Notification::StateChanged(endpoint.label, endpoint.id, endpoint.State()));
         UpdateDefaults(endpoint.flow);
     }
@@ -198,6 +224,7 @@ void EndpointModel::UpdateDefault(EDataFlow flow, ERole role)
         return;
     }
     choice.current = preferred;
+    Timeline::Instance().ChangeState("default", TrackOf(flow, role), preferred ? preferred->label : std::string());
     Report(preferred ? Notification::DefaultChanged(flow, role, preferred->label, preferred->id)
                      : Notification::DefaultChanged(flow, role));
 }

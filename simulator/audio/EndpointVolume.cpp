@@ -4,8 +4,10 @@
 #include "simulator/audio/ComCall.h"
 #include "simulator/audio/LevelText.h"
 #include "simulator/audio/ServiceCore.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <optional>
+#include <utility>
 
 namespace sim
 {
@@ -22,9 +24,12 @@ std::optional<GUID> CopyOf(LPCGUID context)
 
 HRESULT EndpointVolume::SetMasterVolumeLevelScalar(FLOAT level, LPCGUID context)
 {
-    return TellCall(
-        Text("SetMasterVolumeLevelScalar") + " " + LevelText(level),
-        EnterCall("IAudioEndpointVolume::SetMasterVolumeLevelScalar", [&] { return ChangeLevel(level, context); }));
+    EntryFacts facts{.kind = "volume set", .values = {{"endpoint", endpoint_->label}, {"level", LevelText(level)}}};
+    return TellChange(Text("SetMasterVolumeLevelScalar") + " " + LevelText(level), std::move(facts),
+                      [&] {
+                          return EnterCall("IAudioEndpointVolume::SetMasterVolumeLevelScalar",
+                                           [&] { return ChangeLevel(level, context); });
+                      });
 }
 
 HRESULT EndpointVolume::GetMasterVolumeLevelScalar(FLOAT* level)

@@ -70,6 +70,23 @@ HRESULT Notification::Deliver(IMMNotificationClient& client) const
     return E_UNEXPECTED;
 }
 
+EntryFacts Notification::Facts() const
+{
+    EntryFacts facts{.kind = "notification", .values = {{"endpoint", label_}}, .cause = cause_};
+    if (kind_ == Kind::Default)
+    {
+        facts.kind = "default notification";
+        facts.values.emplace_back("flow", flow_ == eRender ? "render" : "capture");
+        facts.values.emplace_back("role", std::to_string(role_));
+    }
+    else if (kind_ == Kind::State)
+    {
+        facts.kind = "state notification";
+        facts.values.emplace_back("state", std::to_string(state_));
+    }
+    return facts;
+}
+
 std::string Notification::Text() const
 {
     const std::string label = label_.empty() ? "null" : label_;

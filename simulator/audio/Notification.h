@@ -1,5 +1,8 @@
 #pragma once
 
+#include "simulator/timeline/Cause.h"
+#include "simulator/timeline/Timeline.h"
+
 #include <windows.h>
 
 #include <mmdeviceapi.h>
@@ -26,6 +29,9 @@ public:
     /// As the timeline tells it, such as "OnDeviceStateChanged headset stereo 2".
     std::string Text() const;
 
+    /// The same for programs: what it tells, and what it comes of.
+    EntryFacts Facts() const;
+
 private:
     enum class Kind
     {
@@ -36,13 +42,17 @@ private:
         Property,
     };
 
-    Notification(Kind kind, const std::string& label, const std::wstring& id) : kind_(kind), label_(label), id_(id) {}
+    Notification(Kind kind, const std::string& label, const std::wstring& id)
+        : kind_(kind), label_(label), id_(id), cause_(CurrentCause())
+    {
+    }
 
     const wchar_t* Id() const { return label_.empty() ? nullptr : id_.c_str(); }
 
     Kind kind_;
     std::string label_; // empty: no endpoint, the client gets a null id
     std::wstring id_;
+    CauseId cause_;
     EDataFlow flow_ = eRender;
     ERole role_ = eConsole;
     DWORD state_ = 0;

@@ -1,6 +1,7 @@
 #include "simulator/audio/NotificationDispatcher.h"
 
 #include "simulator/audio/ComCall.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <objbase.h>
@@ -31,7 +32,11 @@ void TellReturn(const std::string& text, const std::string& outcome, bool always
 void Call(IMMNotificationClient& client, const Notification& notification)
 {
     const std::string text = notification.Text();
-    Timeline::Instance().Add("notify", text);
+    EntryFacts facts = notification.Facts();
+    facts.gives = NewCause();
+    const CauseId id = facts.gives;
+    Timeline::Instance().Add("notify", text, std::move(facts));
+    const CauseScope scope(id);
     try
     {
         TellReturn(text, ResultText(notification.Deliver(client)), false);

@@ -5,8 +5,10 @@
 #include "simulator/audio/EndpointIds.h"
 #include "simulator/audio/EndpointModel.h"
 #include "simulator/audio/ServiceCore.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <string>
+#include <utility>
 
 namespace sim
 {
@@ -14,7 +16,10 @@ namespace sim
 HRESULT PolicyConfigDefault::SetDefaultEndpoint(PCWSTR id, ERole role)
 {
     const std::string text = "SetDefaultEndpoint " + EndpointText(id) + " " + std::to_string(role);
-    return TellCall(text, EnterCall("IPolicyConfigDefault::SetDefaultEndpoint", [&] { return Choose(id, role); }));
+    EntryFacts facts{.kind = "default set", .values = {{"endpoint", EndpointText(id)}, {"role", std::to_string(role)}}};
+    return TellChange(
+        text, std::move(facts),
+        [&] { return EnterCall("IPolicyConfigDefault::SetDefaultEndpoint", [&] { return Choose(id, role); }); });
 }
 
 HRESULT PolicyConfigDefault::NotImplemented(int slot)

@@ -5,8 +5,10 @@
 #include "simulator/audio/EndpointIds.h"
 #include "simulator/audio/EndpointModel.h"
 #include "simulator/audio/ServiceCore.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <string>
+#include <utility>
 
 namespace sim
 {
@@ -14,8 +16,11 @@ namespace sim
 HRESULT PolicyConfigVisibility::SetEndpointVisibility(PCWSTR id, INT visible)
 {
     const std::string text = "SetEndpointVisibility " + EndpointText(id) + " " + std::to_string(visible);
-    return TellCall(text,
-                    EnterCall("IPolicyConfigVisibility::SetEndpointVisibility", [&] { return Show(id, visible); }));
+    EntryFacts facts{.kind = "visibility set",
+                     .values = {{"endpoint", EndpointText(id)}, {"visible", std::to_string(visible)}}};
+    return TellChange(
+        text, std::move(facts),
+        [&] { return EnterCall("IPolicyConfigVisibility::SetEndpointVisibility", [&] { return Show(id, visible); }); });
 }
 
 HRESULT PolicyConfigVisibility::NotImplemented(int slot)

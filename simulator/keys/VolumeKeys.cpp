@@ -1,6 +1,7 @@
 #include "simulator/keys/VolumeKeys.h"
 
 #include "simulator/audio/AudioService.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <string>
@@ -17,8 +18,13 @@ constexpr float volumeStep = 0.02F;
 
 void WINAPI Press(BYTE key, BYTE scanCode, DWORD flags, ULONG_PTR extra)
 {
-    Timeline::Instance().Add("keys", "keybd_event " + std::to_string(key) + " " + std::to_string(scanCode) + " " +
-                                         std::to_string(flags) + " " + std::to_string(extra));
+    const CauseId id = NewCause();
+    Timeline::Instance().Add(
+        "keys",
+        "keybd_event " + std::to_string(key) + " " + std::to_string(scanCode) + " " + std::to_string(flags) + " " +
+            std::to_string(extra),
+        {.kind = "key", .values = {{"key", std::to_string(key)}, {"flags", std::to_string(flags)}}, .gives = id});
+    const CauseScope scope(id);
     const bool goesDown = (flags & KEYEVENTF_KEYUP) == 0;
     if (key == VK_VOLUME_DOWN && goesDown)
     {

@@ -1,6 +1,5 @@
 #include "simulator/program/ActionRunner.h"
 
-#include "simulator/audio/AudioService.h"
 #include "simulator/host/strings/StringsControl.h"
 #include "simulator/host/tips/TipsControl.h"
 #include "simulator/program/AudioTerms.h"
@@ -83,16 +82,17 @@ void ActionRunner::DoOnDevice(scenario::HostVerb verb, const VynCore::VynDevice&
 
 void ActionRunner::Do(const scenario::ChangeEndpoint& action)
 {
-    AudioService::Instance().SetState(action.endpoint, ToState(action.state));
+    audio_.SetState(action.endpoint, ToState(action.state));
 }
 
 void ActionRunner::Do(const scenario::ChangeDefault& action)
 {
-    AudioService::Instance().SetDefault(action.endpoint, ToRole(action.role));
+    audio_.SetDefault(action.endpoint, ToRole(action.role));
 }
 
 void ActionRunner::Do(const scenario::FailCalls& action)
 {
+    audio_.CheckFault(action.prefix);
     FaultPlan& faults = FaultPlan::Instance();
     if (action.nth == 0)
     {
@@ -111,6 +111,7 @@ void ActionRunner::Do(const scenario::SucceedCalls&)
 
 void ActionRunner::Do(const scenario::ThrowFromCalls& action)
 {
+    audio_.CheckFault(action.call);
     FaultPlan::Instance().ThrowFrom(action.call, action.nth);
 }
 
@@ -129,7 +130,7 @@ void ActionRunner::Do(const scenario::AnswerTip& action)
 
 void ActionRunner::Do(const scenario::ChangeVolume& action)
 {
-    AudioService::Instance().SetVolume(action.endpoint, action.level);
+    audio_.SetVolume(action.endpoint, action.level);
 }
 
 void ActionRunner::Do(const scenario::TipsBehave& action)

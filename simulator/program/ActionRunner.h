@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/program/ComputerAudio.h"
 #include "simulator/program/HostSide.h"
 #include "simulator/program/ServiceProcess.h"
 #include "simulator/program/World.h"
@@ -15,7 +16,8 @@ namespace sim
 class ActionRunner
 {
 public:
-    ActionRunner(HostSide& host, World& world, ServiceProcess& service) : host_(host), world_(world), service_(service)
+    ActionRunner(HostSide& host, World& world, ServiceProcess& service, ComputerAudio& audio)
+        : host_(host), world_(world), service_(service), audio_(audio)
     {
     }
 
@@ -30,13 +32,14 @@ private:
     void Do(const scenario::HeadsetDisconnects& action) { world_.Do(action); }
     void Do(const scenario::HeadsetEvent& action) { world_.Do(action); }
     void Do(const scenario::HeadsetMoves& action) { world_.Do(action); }
-    static void Do(const scenario::ChangeEndpoint& action);
-    static void Do(const scenario::ChangeDefault& action);
-    static void Do(const scenario::FailCalls& action);
+    void Do(const scenario::HeadsetFollows& action) { world_.Do(action); }
+    void Do(const scenario::ChangeEndpoint& action);
+    void Do(const scenario::ChangeDefault& action);
+    void Do(const scenario::FailCalls& action);
     static void Do(const scenario::SucceedCalls& action);
-    static void Do(const scenario::ThrowFromCalls& action);
+    void Do(const scenario::ThrowFromCalls& action);
     static void Do(const scenario::AnswerTip& action);
-    static void Do(const scenario::ChangeVolume& action);
+    void Do(const scenario::ChangeVolume& action);
     static void Do(const scenario::TipsBehave& action);
     static void Do(const scenario::ChangeCulture& action);
     static void Do(const scenario::LosePlaceholder& action);
@@ -44,6 +47,7 @@ private:
     HostSide& host_;
     World& world_;
     ServiceProcess& service_;
+    ComputerAudio& audio_;
 };
 
 } // namespace sim

@@ -9,7 +9,7 @@
 namespace sim
 {
 
-// What the scenario language says of endpoints, in the audio service's terms and as text.
+// What the scenario language says of endpoints, in the audio service's terms.
 
 inline ERole ToRole(scenario::Role role)
 {
@@ -39,23 +39,6 @@ inline DWORD ToState(scenario::EndpointState state)
         break;
     }
     return DEVICE_STATE_UNPLUGGED;
-}
-
-inline const char* StateText(DWORD state)
-{
-    switch (state)
-    {
-    case DEVICE_STATE_ACTIVE:
-        return "active";
-    case DEVICE_STATE_DISABLED:
-        return "disabled";
-    case DEVICE_STATE_NOTPRESENT:
-        return "not present";
-    case DEVICE_STATE_UNPLUGGED:
-        return "unplugged";
-    default:
-        return "unknown";
-    }
 }
 
 } // namespace sim

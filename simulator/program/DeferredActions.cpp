@@ -2,6 +2,7 @@
 
 #include "simulator/program/EventMatch.h"
 #include "simulator/program/scenario/Statement.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
@@ -65,7 +66,9 @@ void DeferredActions::Wait(Task& task)
         task.outcome = Outcome::GivenUp;
         return;
     }
-    Timeline::Instance().Add("scenario", task.text);
+    const CauseId id = NewCause();
+    Timeline::Instance().Add("scenario", task.text, {.kind = "action", .gives = id});
+    const CauseScope scope(id);
     try
     {
         actions_.Run(task.deferred.action);

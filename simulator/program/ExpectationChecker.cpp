@@ -1,7 +1,7 @@
 #include "simulator/program/ExpectationChecker.h"
 
-#include "simulator/audio/AudioService.h"
 #include "simulator/audio/LevelText.h"
+#include "simulator/audio/StateText.h"
 #include "simulator/host/tips/TipsControl.h"
 #include "simulator/program/AudioTerms.h"
 #include "simulator/program/EventMatch.h"
@@ -26,8 +26,6 @@ namespace
 {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr float levelTolerance = 0.00001F; // steps add up to levels that are not exact
 
 /// The tip's field, as UTF-8.
 std::string FieldText(const TipDescription& tip, scenario::TipField field)
@@ -132,27 +130,25 @@ void ExpectationChecker::Examine(const scenario::ExpectCount& expectation) const
     }
 }
 
-void ExpectationChecker::Examine(const scenario::ExpectDefault& expectation)
+void ExpectationChecker::Examine(const scenario::ExpectDefault& expectation) const
 {
-    const AudioService& audio = AudioService::Instance();
     const EDataFlow flow = expectation.capture ? eCapture : eRender;
     const ERole role = ToRole(expectation.role);
-    if (!audio.WaitForDefault(flow, role, expectation.endpoint, expectation.within))
+    if (!audio_.WaitForDefault(flow, role, expectation.endpoint, expectation.within))
     {
-        const std::string is = audio.Default(flow, role);
+        const std::string is = audio_.Default(flow, role);
         throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the default is " +
                               (is.empty() ? "none" : Quoted(is)));
     }
 }
 
-void ExpectationChecker::Examine(const scenario::ExpectEndpoint& expectation)
+void ExpectationChecker::Examine(const scenario::ExpectEndpoint& expectation) const
 {
-    const AudioService& audio = AudioService::Instance();
-    if (!audio.WaitForState(expectation.endpoint, ToState(expectation.state), expectation.within))
+    if (!audio_.WaitForState(expectation.endpoint, ToState(expectation.state), expectation.within))
     {
         throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the endpoint " +
-                              (audio.HasEndpoint(expectation.endpoint)
-                                   ? std::string("is ") + StateText(audio.State(expectation.endpoint))
+                              (audio_.HasEndpoint(expectation.endpoint)
+                                   ? std::string("is ") + StateText(audio_.State(expectation.endpoint))
                                    : "does not exist"));
     }
 }
@@ -197,14 +193,13 @@ void ExpectationChecker::Examine(const scenario::ExpectNoTip& expectation)
     }
 }
 
-void ExpectationChecker::Examine(const scenario::ExpectVolume& expectation)
+void ExpectationChecker::Examine(const scenario::ExpectVolume& expectation) const
 {
-    const AudioService& audio = AudioService::Instance();
-    if (!audio.WaitForVolume(expectation.endpoint, expectation.level, levelTolerance, expectation.within))
+    if (!audio_.WaitForVolume(expectation.endpoint, expectation.level, expectation.within))
     {
         throw ScenarioFailure("after " + std::to_string(expectation.within.count()) + " ms the volume is " +
-                              (audio.HasEndpoint(expectation.endpoint) ? LevelText(audio.Volume(expectation.endpoint))
-                                                                       : "none, there is no such endpoint"));
+                              (audio_.HasEndpoint(expectation.endpoint) ? LevelText(audio_.Volume(expectation.endpoint))
+                                                                        : "none, there is no such endpoint"));
     }
 }
 

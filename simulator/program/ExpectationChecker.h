@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/program/ComputerAudio.h"
 #include "simulator/program/HostSide.h"
 #include "simulator/program/World.h"
 #include "simulator/program/scenario/Statement.h"
@@ -14,7 +15,10 @@ namespace sim
 class ExpectationChecker
 {
 public:
-    ExpectationChecker(const HostSide& host, const World& world) : host_(host), world_(world) {}
+    ExpectationChecker(const HostSide& host, const World& world, const ComputerAudio& audio)
+        : host_(host), world_(world), audio_(audio)
+    {
+    }
 
     /// An action begins: expectations from now on look at what happens from here.
     void ActionBegins();
@@ -30,12 +34,12 @@ private:
     void Examine(const scenario::ExpectEvents& expectation) const;
     void Examine(const scenario::ExpectCount& expectation) const;
     void Examine(const scenario::ExpectNever& expectation) { never_.push_back(expectation.event); }
-    static void Examine(const scenario::ExpectDefault& expectation);
-    static void Examine(const scenario::ExpectEndpoint& expectation);
+    void Examine(const scenario::ExpectDefault& expectation) const;
+    void Examine(const scenario::ExpectEndpoint& expectation) const;
     void Examine(const scenario::ExpectFeature& expectation) const;
     static void Examine(const scenario::ExpectTip& expectation);
     static void Examine(const scenario::ExpectNoTip& expectation);
-    static void Examine(const scenario::ExpectVolume& expectation);
+    void Examine(const scenario::ExpectVolume& expectation) const;
     void Examine(const scenario::ExpectTook& expectation) const;
 
     std::size_t EventsInOrder(const std::vector<scenario::Event>& events) const;
@@ -43,6 +47,7 @@ private:
 
     const HostSide& host_;
     const World& world_;
+    const ComputerAudio& audio_;
     std::size_t actionBegin_ = 0; // entries of the timeline before the last action
     scenario::Milliseconds lastActionTook_{0};
     std::vector<scenario::Event> never_;

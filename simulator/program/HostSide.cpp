@@ -22,7 +22,7 @@ constexpr const char* featureHandlerKeyword = "3|9";
 
 void Tell(const std::string& what)
 {
-    Timeline::Instance().Add("scenario", what);
+    Timeline::Instance().Add("scenario", what, {.kind = "result"});
 }
 
 const char* Text(bool value)

@@ -1,15 +1,17 @@
 #include "simulator/program/Options.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
 #include <system_error>
+#include <utility>
 
 namespace sim
 {
 
-const char* const usage =
-    R"(simulator SCENARIO.scn [--plain | --colour] [--hide WHO]... [--service PROGRAM] [--limit SECONDS]
-simulator --interactive [--plain | --colour] [--hide WHO]... [--service PROGRAM]
+const char* const usage = R"(simulator SCENARIO.scn [OPTION]...
+simulator --interactive [OPTION]...
 
 Loads HeadsetAdapterPlugin.dll from beside this program, runs the scenario around it, and prints what happens.
 Interactive, it takes the statements from its input, a line each; "quit" or the end of the input ends it.
@@ -19,6 +21,11 @@ Interactive, it takes the statements from its input, a line each; "quit" or the 
   --hide WHO         does not print what WHO tells, such as log3
   --service PROGRAM  the connectivity service's program; else connectivity-service.exe beside this program
   --limit SECONDS    after which a run that has not ended is taken to hang (180)
+  --audio system     leaves this computer's own audio service in place of the simulated one; its endpoints, defaults and
+                     volumes are seen, and cannot be changed by the scenario
+  --page FILE        writes a page that shows the run, for a browser
+  --trace FILE       writes a trace, for the viewers of Perfetto and Chromium
+  --json FILE        writes what happened as lines of JSON
 
 Exit status: 0 every expectation held, 1 one did not, 2 the scenario or the command line is not understood, 3 the run
 hangs.
@@ -44,6 +51,12 @@ bool* FlagOf(Options& options, const std::string& option)
                                        : nullptr;
 }
 
+bool TakesValue(const std::string& option)
+{
+    constexpr std::array options{"--service", "--limit", "--hide", "--page", "--trace", "--json", "--audio"};
+    return std::ranges::find(options, option) != options.end();
+}
+
 /// Takes the argument that follows the option; false when there is none or it is not understood.
 bool TakeValue(Options& options, const std::string& option, const std::string& value)
 {
@@ -52,10 +65,24 @@ bool TakeValue(Options& options, const std::string& option, const std::string& v
         options.service = value;
         return !value.empty();
     }
+    for (const auto& [name, file] :
+         {std::pair("--page", &options.page), std::pair("--trace", &options.trace), std::pair("--json", &options.json)})
+    {
+        if (option == name)
+        {
+            *file = value;
+            return !value.empty();
+        }
+    }
     if (option == "--hide")
     {
         options.hidden.insert(value);
         return true;
+    }
+    if (option == "--audio")
+    {
+        options.systemAudio = value == "system";
+        return value == "system" || value == "simulated";
     }
     const auto limit = ParseSeconds(value);
     options.limit = limit.value_or(options.limit);
@@ -74,7 +101,7 @@ std::optional<Options> ParseOptions(const std::vector<std::string>& arguments)
         {
             *flag = true;
         }
-        else if (argument == "--service" || argument == "--limit" || argument == "--hide")
+        else if (TakesValue(argument))
         {
             if (++at == arguments.size() || !TakeValue(options, argument, arguments[at]))
             {

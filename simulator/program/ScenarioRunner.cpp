@@ -1,6 +1,7 @@
 #include "simulator/program/ScenarioRunner.h"
 
 #include "simulator/program/scenario/Statement.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
@@ -20,17 +21,19 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-void TellOfRun(const std::string& what)
+constexpr const char* failed = "failure";
+
+void TellOfRun(const std::string& what, const char* kind, CauseId gives = 0)
 {
-    Timeline::Instance().Add("scenario", what);
+    Timeline::Instance().Add("scenario", what, {.kind = kind, .gives = gives});
 }
 
 } // namespace
 
 ScenarioRunner::ScenarioRunner(std::string file, HostSide& host, World& world, ServiceProcess& service,
-                               ThreadNames& names, Watchdog& watchdog)
+                               ComputerAudio& audio, ThreadNames& names, Watchdog& watchdog)
     : file_(std::move(file)), host_(host), world_(world), service_(service), watchdog_(watchdog),
-      actions_(host, world, service), checker_(host, world), deferred_(actions_, names)
+      actions_(host, world, service, audio), checker_(host, world, audio), deferred_(actions_, names)
 {
 }
 
@@ -67,7 +70,7 @@ bool ScenarioRunner::Leave()
     }
     catch (const std::exception& error)
     {
-        TellOfRun("FAILED " + file_ + ": " + error.what());
+        TellOfRun("FAILED " + file_ + ": " + error.what(), failed);
         return false;
     }
     return deferredHeld && left;
@@ -75,7 +78,7 @@ bool ScenarioRunner::Leave()
 
 bool ScenarioRunner::EndStage()
 {
-    TellOfRun("end of the scenario");
+    TellOfRun("end of the scenario", "end");
     FaultPlan::Instance().Clear();
     try
     {
@@ -88,7 +91,7 @@ bool ScenarioRunner::EndStage()
     }
     catch (const std::exception& error)
     {
-        TellOfRun("FAILED " + file_ + ": " + error.what());
+        TellOfRun("FAILED " + file_ + ": " + error.what(), failed);
         return false;
     }
 }
@@ -111,7 +114,9 @@ void ScenarioRunner::Do(const scenario::ScenarioLine&, const scenario::Headset& 
 void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Action& action)
 {
     checker_.ActionBegins();
-    TellOfRun(line.text);
+    const CauseId id = NewCause();
+    TellOfRun(line.text, "action", id);
+    const CauseScope scope(id);
     const auto begin = Clock::now();
     actions_.Run(action);
     checker_.ActionTook(std::chrono::floor<scenario::Milliseconds>(Clock::now() - begin));
@@ -124,7 +129,7 @@ void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Defe
 
 void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Wait& wait)
 {
-    TellOfRun(line.text);
+    TellOfRun(line.text, "pause");
     std::this_thread::sleep_for(wait.time);
 }
 
@@ -134,13 +139,13 @@ void ScenarioRunner::Do(const scenario::ScenarioLine& line, const scenario::Expe
     if (!std::holds_alternative<scenario::ExpectNever>(expectation))
     {
         ++held_;
-        TellOfRun("ok: " + line.text);
+        TellOfRun("ok: " + line.text, "expectation held");
     }
 }
 
 void ScenarioRunner::TellFailure(std::size_t number, const std::string& text, const std::string& reason) const
 {
-    TellOfRun("FAILED " + file_ + ":" + std::to_string(number) + ": " + text + ": " + reason);
+    TellOfRun("FAILED " + file_ + ":" + std::to_string(number) + ": " + text + ": " + reason, failed);
 }
 
 bool ScenarioRunner::TellDeferred(const std::optional<DeferredActions::Failure>& failure) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/program/ActionRunner.h"
+#include "simulator/program/ComputerAudio.h"
 #include "simulator/program/DeferredActions.h"
 #include "simulator/program/ExpectationChecker.h"
 #include "simulator/program/HostSide.h"
@@ -23,8 +24,8 @@ class ScenarioRunner
 {
 public:
     /// What it is given stays the caller's. `file` names the scenario in messages.
-    ScenarioRunner(std::string file, HostSide& host, World& world, ServiceProcess& service, ThreadNames& names,
-                   Watchdog& watchdog);
+    ScenarioRunner(std::string file, HostSide& host, World& world, ServiceProcess& service, ComputerAudio& audio,
+                   ThreadNames& names, Watchdog& watchdog);
 
     /// Runs all lines, up to the first one that fails, and leaves the stage. Tells whether every expectation held; what
     /// failed has been told to the timeline then.

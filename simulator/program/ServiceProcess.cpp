@@ -1,9 +1,12 @@
 #include "simulator/program/ServiceProcess.h"
 
 #include "simulator/program/ScenarioFailure.h"
+#include "simulator/run/FactsJson.h"
 #include "simulator/timeline/Timeline.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -17,6 +20,7 @@ namespace
 
 constexpr std::chrono::seconds answerLimit{30};
 constexpr std::chrono::seconds endLimit{10};
+constexpr CauseId causesOfOneProcess = 10'000'000; // each process numbers its causes within a range of its own
 
 bool IsAnswer(std::string_view line)
 {
@@ -47,7 +51,9 @@ void ServiceProcess::Start()
         throw ScenarioFailure("the service runs already");
     }
     outputEnded_ = false;
-    process_ = std::make_unique<ChildProcess>(program_, std::vector<std::wstring>{L"--bus", FromUtf8(bus_)});
+    const CauseId firstCause = ++starts_ * causesOfOneProcess;
+    process_ = std::make_unique<ChildProcess>(
+        program_, std::vector<std::wstring>{L"--bus", FromUtf8(bus_), L"--facts", std::to_wstring(firstCause)});
     reader_ = std::thread(&ServiceProcess::Read, this, std::ref(*process_));
     const std::string answer = WaitForAnswer("start");
     if (answer != "ready")
@@ -83,8 +89,10 @@ void ServiceProcess::CommandLocked(std::string_view line)
     {
         throw ScenarioFailure("the service does not run");
     }
+    SetCommandCause(CurrentCause());
     process_->WriteLine(line);
     const std::string answer = WaitForAnswer(line);
+    SetCommandCause(0);
     if (answer != "ok")
     {
         throw ScenarioFailure("the service answered to \"" + std::string(line) + "\": " + answer);
@@ -101,12 +109,35 @@ void ServiceProcess::Read(ChildProcess& process)
         }
         else
         {
-            Timeline::Instance().Add("service", *line);
+            Tell(*line);
         }
     }
     const std::scoped_lock lock(answerMutex_);
     outputEnded_ = true;
     answered_.notify_all();
+}
+
+/// A line is what the service tells, and its facts behind a tabulator.
+void ServiceProcess::Tell(const std::string& line)
+{
+    const std::size_t tabulator = std::min(line.find('\t'), line.size());
+    EntryFacts facts;
+    if (tabulator < line.size())
+    {
+        facts = FactsFromLine(line.substr(tabulator + 1));
+    }
+    if (facts.cause == 0)
+    {
+        const std::scoped_lock lock(answerMutex_);
+        facts.cause = commandCause_;
+    }
+    Timeline::Instance().Add("service", line.substr(0, tabulator), std::move(facts));
+}
+
+void ServiceProcess::SetCommandCause(CauseId cause)
+{
+    const std::scoped_lock lock(answerMutex_);
+    commandCause_ = cause;
 }
 
 void ServiceProcess::Answered(const std::string& line)

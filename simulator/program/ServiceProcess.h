@@ -1,8 +1,10 @@
 #pragma once
 
 #include "simulator/program/ChildProcess.h"
+#include "simulator/timeline/Cause.h"
 
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -42,14 +44,19 @@ private:
     std::string WaitForAnswer(std::string_view command);
     void EndLocked();
 
+    void Tell(const std::string& line);
+    void SetCommandCause(CauseId cause);
+
     const std::wstring program_;
     const std::string bus_;
     mutable std::mutex operation_; // held by the operation that runs; guards process_ and reader_; before answerMutex_
     std::unique_ptr<ChildProcess> process_;
+    std::uint32_t starts_ = 0;
     std::thread reader_;
     std::mutex answerMutex_; // guards the fields below
     std::condition_variable answered_;
     std::deque<std::string> answers_;
+    CauseId commandCause_ = 0; // of the command that is being carried out
     bool outputEnded_ = false;
 };
 

@@ -34,13 +34,15 @@ const char* ColourOf(std::string_view who)
 void TimelinePrinter::Print(const TimelineEntry& entry)
 {
     const std::string thread = names_.NameOf(entry); // also of what is hidden: it may give the thread away
+    entryNames_.Learn(entry.facts);
     if (hidden_.contains(entry.who))
     {
         return;
     }
     const double seconds = std::chrono::duration<double>(entry.time).count();
-    std::printf("%8.3f  %-12s  %s%-8s  %s%s\n", seconds, thread.c_str(), plain_ ? "" : ColourOf(entry.who),
-                entry.who.c_str(), entry.what.c_str(), plain_ ? "" : "\x1b[0m");
+    std::printf("%8.3f  %-13s  %s%-8s  %s%s\n", seconds, NamedThread(thread).c_str(), plain_ ? "" : ColourOf(entry.who),
+                entry.who.c_str(), entryNames_.Named(entry.who, entry.what, entry.facts).c_str(),
+                plain_ ? "" : "\x1b[0m");
     std::fflush(stdout);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/program/ThreadNames.h"
+#include "simulator/run/EntryNames.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <set>
@@ -10,7 +11,8 @@
 namespace sim
 {
 
-/// Prints the timeline, a line for each entry as it happens: seconds since the start, thread, who tells it, what.
+/// Prints the timeline, a line for each entry as it happens: seconds since the start, thread, who tells it, what, with
+/// names before the numbers that have some.
 /// Used as the timeline's listener, hence by one thread at a time.
 class TimelinePrinter
 {
@@ -27,6 +29,7 @@ private:
     ThreadNames& names_;
     bool plain_;
     std::set<std::string> hidden_;
+    EntryNames entryNames_;
 };
 
 } // namespace sim

@@ -1,13 +1,18 @@
 #include "simulator/program/World.h"
 
-#include "simulator/audio/AudioService.h"
-#include "simulator/audio/ContainerIds.h"
 #include "simulator/program/ScenarioFailure.h"
 #include "simulator/program/scenario/Names.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <vector>
 
 namespace sim
@@ -20,6 +25,8 @@ namespace
 constexpr std::int32_t connectedEvent = 6;
 constexpr std::int32_t disconnectedEvent = 7;
 constexpr std::int32_t audioMovedEvent = 1;
+
+constexpr std::chrono::milliseconds followInterval{100}; // between two looks at a headset's endpoints
 
 // What the service tells of every headset.
 constexpr const char* modelId = "M100";
@@ -47,10 +54,7 @@ std::string InQuotes(const std::string& text)
 
 void World::Add(const scenario::BuiltIn& builtIn)
 {
-    AudioService::Instance().AddEndpoint({.label = builtIn.name,
-                                          .flow = builtIn.capture ? eCapture : eRender,
-                                          .friendlyName = FromUtf8(builtIn.name),
-                                          .containerId = builtInContainer});
+    audio_.Add(builtIn);
 }
 
 void World::Add(const scenario::Headset& headset)
@@ -61,8 +65,9 @@ void World::Add(const scenario::Headset& headset)
         const std::scoped_lock lock(mutex_);
         headsets_.emplace(known.name, known);
     }
-    bluetooth_.AddHeadset(known.address);
-    Timeline::Instance().Add("scenario", "headset \"" + known.name + "\" has the key " + known.key);
+    audio_.Add(ToAudio(known));
+    Timeline::Instance().Add("scenario", "headset \"" + known.name + "\" has the key " + known.key,
+                             {.kind = "headset", .values = {{"headset", known.key}, {"name", known.name}}});
     if (service_.Runs())
     {
         TellService(known);
@@ -94,22 +99,14 @@ void World::Do(const scenario::HeadsetConnects& action)
     {
         SendEvent(headset, connectedEvent);
     }
-    if (action.endpoints)
-    {
-        AudioService::Instance().ConnectHeadset({.address = headset.address,
-                                                 .name = FromUtf8(headset.name),
-                                                 .label = headset.name,
-                                                 .delay = action.endpointsAfter,
-                                                 .handsFreeRender = headset.handsFree,
-                                                 .handsFreeCapture = headset.handsFree});
-    }
+    audio_.Connect(ToAudio(headset), action);
 }
 
 void World::Do(const scenario::HeadsetDisconnects& action)
 {
     const KnownHeadset headset = Find(action.headset);
     SetConnected(headset.name, false);
-    AudioService::Instance().DisconnectHeadset(headset.address);
+    audio_.Disconnect(ToAudio(headset));
     if (service_.Runs())
     {
         SendEvent(headset, disconnectedEvent);
@@ -126,6 +123,13 @@ void World::Do(const scenario::HeadsetMoves& action)
     const KnownHeadset headset = Find(action.headset);
     service_.Command("device-change " + std::to_string(audioMovedEvent) + " " + InQuotes(action.toDevice) + " " +
                      InQuotes(headset.name) + " " + headset.key);
+}
+
+void World::Do(const scenario::HeadsetFollows& action)
+{
+    const KnownHeadset headset = Find(action.headset);
+    const std::scoped_lock lock(mutex_);
+    followers_.emplace_back([this, name = headset.name](const std::stop_token& stop) { Follow(stop, name); });
 }
 
 VynCore::VynDevice World::Device(const std::string& headset) const
@@ -158,6 +162,58 @@ void World::SetConnected(const std::string& name, bool connected)
 {
     const std::scoped_lock lock(mutex_);
     headsets_.at(name).connected = connected;
+}
+
+AudioHeadset World::ToAudio(const KnownHeadset& headset)
+{
+    return {headset.name, headset.address, headset.handsFree};
+}
+
+/// An endpoint that is hidden is there all the same.
+bool World::HasEndpoints(const KnownHeadset& headset) const
+{
+    return std::ranges::any_of(
+        std::array{scenario::StereoEndpoint(headset.name), scenario::HandsFreeEndpoint(headset.name)},
+        [this](const std::string& label)
+        {
+            const DWORD state = audio_.State(label);
+            return state == DEVICE_STATE_ACTIVE || state == DEVICE_STATE_DISABLED;
+        });
+}
+
+void World::Follow(const std::stop_token& stop, const std::string& name)
+{
+    while (!stop.stop_requested())
+    {
+        try
+        {
+            const KnownHeadset headset = Find(name);
+            const bool connected = HasEndpoints(headset);
+            if (connected != headset.connected)
+            {
+                ComesOrGoes(headset, connected);
+            }
+        }
+        catch (const std::exception& error)
+        {
+            Timeline::Instance().Add("scenario", "following \"" + name + "\": " + error.what());
+        }
+        std::this_thread::sleep_for(followInterval);
+    }
+}
+
+void World::ComesOrGoes(const KnownHeadset& headset, bool connected)
+{
+    const CauseId id = NewCause();
+    Timeline::Instance().Add("scenario",
+                             "the endpoints of \"" + headset.name + "\" have " + (connected ? "come" : "gone"),
+                             {.kind = "action", .gives = id});
+    const CauseScope scope(id);
+    SetConnected(headset.name, connected);
+    if (service_.Runs())
+    {
+        SendEvent(headset, connected ? connectedEvent : disconnectedEvent);
+    }
 }
 
 void World::TellService(const KnownHeadset& headset)

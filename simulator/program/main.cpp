@@ -2,15 +2,19 @@
 #include "simulator/host/HostControl.h"
 #include "simulator/host/tips/TipsControl.h"
 #include "simulator/keys/VolumeKeys.h"
+#include "simulator/program/ComputerAudio.h"
 #include "simulator/program/ExitStatus.h"
 #include "simulator/program/HostSide.h"
 #include "simulator/program/Options.h"
+#include "simulator/program/OtherProgram.h"
 #include "simulator/program/PluginModule.h"
+#include "simulator/program/RunFiles.h"
 #include "simulator/program/ScenarioRunner.h"
 #include "simulator/program/ServiceProcess.h"
 #include "simulator/program/ThreadNames.h"
 #include "simulator/program/TimelinePrinter.h"
 #include "simulator/program/TipCard.h"
+#include "simulator/program/WaitRecorder.h"
 #include "simulator/program/Watchdog.h"
 #include "simulator/program/World.h"
 #include "simulator/program/scenario/Scenario.h"
@@ -109,21 +113,39 @@ ExitStatus Report(const sim::ScenarioRunner& runner, bool held)
     return held ? ExitStatus::Held : ExitStatus::Failed;
 }
 
+/// Never destroyed: threads of it, or keys that the module presses, may come until the process ends.
+sim::ComputerAudio& MakeAudio(const sim::Options& options, HMODULE module)
+{
+    if (options.systemAudio)
+    {
+        return *sim::MakeSystemAudio().release();
+    }
+    static const auto* const keys = new sim::VolumeKeys(module);
+    static_cast<void>(keys);
+    return *sim::MakeSimulatedAudio().release();
+}
+
 /// Never unloaded, as in the host: the module's threads may outlive its plug-in.
 const sim::PluginModule& LoadModule()
 {
     static const auto* const module = new sim::PluginModule(BesideThisProgram(L"HeadsetAdapterPlugin.dll"));
-    // The module may press keys as long as it is there.
-    static const auto* const keys = new sim::VolumeKeys(module->Handle());
-    static_cast<void>(keys);
+    static const auto* const waits = new sim::WaitRecorder(module->Handle());
+    static_cast<void>(waits);
     return *module;
 }
 
 void TellCard(const sim::TipDescription& tip)
 {
+    sim::EntryFacts facts{.kind = "card",
+                          .values = {{"tip", std::to_string(tip.number)},
+                                     {"icon", sim::ToUtf8(tip.icon)},
+                                     {"title", sim::ToUtf8(tip.title)},
+                                     {"content", sim::ToUtf8(tip.content)},
+                                     {"first button", sim::ToUtf8(tip.firstButton)},
+                                     {"second button", sim::ToUtf8(tip.secondButton)}}};
     for (const std::string& line : sim::TipCard(tip))
     {
-        sim::Timeline::Instance().Add("card", line);
+        sim::Timeline::Instance().Add("card", line, std::exchange(facts, {.kind = "card line"}));
     }
 }
 
@@ -137,21 +159,34 @@ ExitStatus Play(const sim::Options& options, const sim::scenario::Scenario& scen
     sim::Watchdog watchdog(options.interactive ? std::chrono::seconds(0) : options.limit);
     static sim::ThreadNames names; // the timeline's listener uses it to the end of the process
     static sim::TimelinePrinter printer(names, !IsColoured(options), options.hidden);
+    static sim::RunFiles files(options, names);
     names.NameThisThread("host");
-    sim::Timeline::Instance().SetListener([](const sim::TimelineEntry& entry) { printer.Print(entry); });
+    sim::Timeline::Instance().SetListener(
+        [](const sim::TimelineEntry& entry)
+        {
+            printer.Print(entry);
+            files.Note(entry);
+        });
 
     sim::ServiceProcess service(ServiceProgram(options), sim::HostControl::Instance().IpcBus());
-    sim::World world(service);
-    sim::HostSide host(LoadModule());
+    const sim::PluginModule& module = LoadModule();
+    sim::ComputerAudio& audio = MakeAudio(options, module.Handle());
+    sim::World world(service, audio);
+    sim::HostSide host(module);
     sim::TipsControl::SetShownHook(&TellCard);
-    sim::ScenarioRunner runner(options.interactive ? "input" : options.scenario, host, world, service, names, watchdog);
+    sim::ScenarioRunner runner(options.interactive ? "input" : options.scenario, host, world, service, audio, names,
+                               watchdog);
     if (options.interactive)
     {
         RunInput(runner);
-        return runner.Leave() ? ExitStatus::Held : ExitStatus::Failed;
     }
-    const bool held = runner.Run(scenario);
+    const bool held = options.interactive ? runner.Leave() : runner.Run(scenario);
     sim::Timeline::Instance().SetListener({}); // threads may still be at work; the result is the last line
+    files.Write(held, runner.Held());
+    if (options.interactive)
+    {
+        return held ? ExitStatus::Held : ExitStatus::Failed;
+    }
     return Report(runner, held);
 }
 
@@ -190,6 +225,10 @@ int main(int count, char** words)
     {
         std::fputs(sim::usage, stderr);
         return static_cast<int>(ExitStatus::Malformed);
+    }
+    if (options->systemAudio && sim::HasSimulatedAudio())
+    {
+        return sim::RunProgram(BesideThisProgram(L"simulator-system-audio.exe"));
     }
     return static_cast<int>(Start(*options));
 }

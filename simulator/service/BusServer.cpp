@@ -3,6 +3,7 @@
 #include "simulator/host/wire/Describe.h"
 #include "simulator/host/wire/Frame.h"
 #include "simulator/host/wire/Handle.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
@@ -20,22 +21,41 @@ std::string Numbers(const Frame& frame)
            std::to_string(frame.messageId);
 }
 
-void Record(const std::string& event)
+void Record(const std::string& event, EntryFacts facts)
 {
-    Timeline::Instance().Add("service", event);
+    Timeline::Instance().Add("service", event, std::move(facts));
 }
 
-void RecordReceived(const Frame& frame)
+EntryFacts FactsOf(const char* kind, std::int32_t clientId, const Frame& frame, CauseId gives)
+{
+    return {.kind = kind,
+            .values = {{"client", std::to_string(clientId)},
+                       {"message", std::to_string(frame.messageId)},
+                       {"module", std::to_string(frame.moduleId)}},
+            .gives = gives};
+}
+
+EntryFacts FactsOf(const char* kind, std::int32_t clientId)
+{
+    return {.kind = kind, .values = {{"client", std::to_string(clientId)}}};
+}
+
+/// `id` names the entry.
+void RecordReceived(const Frame& frame, CauseId id)
 {
     switch (frame.kind)
     {
     case FrameKind::Hello:
-        return Record("hello " + std::to_string(frame.clientId) + (frame.late ? " late" : ""));
+        return Record("hello " + std::to_string(frame.clientId) + (frame.late ? " late" : ""),
+                      FactsOf("client comes", frame.clientId));
     case FrameKind::Subscribe:
-        return Record("subscribe " + Numbers(frame));
+        return Record("subscribe " + Numbers(frame), FactsOf("subscription", frame.clientId, frame, id));
     default:
+        EntryFacts facts = FactsOf("post arrives", frame.clientId, frame, id);
+        facts.cause = frame.cause;
         return Record("post " + std::to_string(frame.clientId) + " " + std::to_string(frame.messageId) + " " +
-                      std::to_string(frame.moduleId) + " " + DescribePayload(frame.payload));
+                          std::to_string(frame.moduleId) + " " + DescribePayload(frame.payload),
+                      std::move(facts));
     }
 }
 
@@ -53,7 +73,8 @@ void RecordSent(const Frame& frame, std::int32_t clientId)
     const std::string module = std::to_string(frame.moduleId) + " ";
     const std::string ids = frame.kind == FrameKind::Message ? "message " + client + message + module
                                                              : "publish " + client + module + message;
-    Record(ids + DescribeData(frame));
+    Record(ids + DescribeData(frame),
+           FactsOf(frame.kind == FrameKind::Message ? "message" : "publication", clientId, frame, frame.cause));
 }
 
 } // namespace
@@ -119,8 +140,10 @@ void BusServer::Send(const Frame& frame, const Receivers& receivers)
     }
     for (const auto& [clientId, connection] : found)
     {
-        RecordSent(frame, clientId);
-        connection->Send(frame);
+        Frame sent = frame;
+        sent.cause = NewCause();
+        RecordSent(sent, clientId);
+        connection->Send(sent);
     }
 }
 
@@ -174,8 +197,10 @@ void BusServer::Serve(Client& client, std::shared_ptr<PipeConnection> connection
 
 void BusServer::Take(Client& client, const Frame& frame)
 {
-    RecordReceived(frame);
+    const CauseId id = NewCause();
+    RecordReceived(frame, id);
     Note(client, frame);
+    const CauseScope scope(id);
     if (frame.kind != FrameKind::Hello)
     {
         handler_(frame, client.late);
@@ -201,7 +226,7 @@ void BusServer::EndServing(Client& client)
 {
     if (client.id)
     {
-        Record("gone " + std::to_string(*client.id));
+        Record("gone " + std::to_string(*client.id), FactsOf("client goes", *client.id));
     }
     const std::scoped_lock lock(mutex_);
     client.connection.reset();

@@ -16,7 +16,11 @@ struct Timeline::State
     mutable std::mutex mutex; // guards the fields below
     mutable std::condition_variable added;
     std::vector<TimelineEntry> entries;
+    std::vector<StateChange> changes;
+    std::vector<ThreadWait> waits;
     Listener listener;
+
+    std::chrono::nanoseconds Now() const { return std::chrono::steady_clock::now() - start; }
 
     std::size_t CountLocked(const Predicate& matches) const
     {
@@ -48,11 +52,12 @@ Timeline& Timeline::Instance()
     return *instance;
 }
 
-void Timeline::Add(std::string_view who, std::string_view what)
+void Timeline::Add(std::string_view who, std::string_view what, EntryFacts facts)
 {
+    facts.cause = facts.cause != 0 ? facts.cause : CurrentCause();
     const std::scoped_lock lock(state_->mutex);
     state_->entries.push_back(
-        {std::chrono::steady_clock::now() - state_->start, GetCurrentThreadId(), std::string(who), std::string(what)});
+        {state_->Now(), GetCurrentThreadId(), std::string(who), std::string(what), std::move(facts)});
     if (state_->listener)
     {
         state_->listener(state_->entries.back());
@@ -60,15 +65,56 @@ void Timeline::Add(std::string_view who, std::string_view what)
     state_->added.notify_all();
 }
 
-void Timeline::Add(std::string_view who, std::wstring_view what)
+void Timeline::Add(std::string_view who, std::wstring_view what, EntryFacts facts)
 {
-    Add(who, std::string_view(ToUtf8(what)));
+    Add(who, std::string_view(ToUtf8(what)), std::move(facts));
+}
+
+void Timeline::ChangeState(std::string_view track, std::string_view subject, std::string_view value)
+{
+    const std::scoped_lock lock(state_->mutex);
+    state_->changes.push_back({state_->Now(), std::string(track), std::string(subject), std::string(value)});
+}
+
+std::size_t Timeline::BeginWait(std::string_view call, std::chrono::milliseconds limit)
+{
+    const std::scoped_lock lock(state_->mutex);
+    state_->waits.push_back(
+        {state_->Now(), std::chrono::nanoseconds(-1), GetCurrentThreadId(), std::string(call), limit, false});
+    return state_->waits.size() - 1;
+}
+
+void Timeline::EndWait(std::size_t number, bool timedOut)
+{
+    const std::scoped_lock lock(state_->mutex);
+    if (number < state_->waits.size()) // else it has been forgotten meanwhile
+    {
+        state_->waits[number].end = state_->Now();
+        state_->waits[number].timedOut = timedOut;
+    }
+}
+
+std::chrono::nanoseconds Timeline::SinceStart(std::chrono::steady_clock::time_point moment) const
+{
+    return moment - state_->start;
 }
 
 std::vector<TimelineEntry> Timeline::Entries() const
 {
     const std::scoped_lock lock(state_->mutex);
     return state_->entries;
+}
+
+std::vector<StateChange> Timeline::StateChanges() const
+{
+    const std::scoped_lock lock(state_->mutex);
+    return state_->changes;
+}
+
+std::vector<ThreadWait> Timeline::Waits() const
+{
+    const std::scoped_lock lock(state_->mutex);
+    return state_->waits;
 }
 
 std::vector<std::string> Timeline::Texts(std::string_view who) const
@@ -118,6 +164,8 @@ void Timeline::Clear()
 {
     const std::scoped_lock lock(state_->mutex);
     state_->entries.clear();
+    state_->changes.clear();
+    state_->waits.clear();
 }
 
 std::string ToUtf8(std::wstring_view text)

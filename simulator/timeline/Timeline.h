@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/TimelineApi.h"
 
 #include <chrono>
@@ -7,12 +8,24 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace sim
 {
+
+/// What an entry is about, for programs; its text says the same to people. docs/run-data.md lists kinds and values.
+struct EntryFacts
+{
+    std::string kind{};                                        // such as "delivery begins"
+    std::vector<std::pair<std::string, std::string>> values{}; // such as client and message, by name
+    CauseId gives = 0;                                         // names this entry for those that come of it
+    CauseId cause = 0;                                         // names the entry that it comes of
+    std::optional<std::chrono::nanoseconds> happened{};        // when, if it was told later: as an entry's time
+};
 
 /// One thing that happened.
 struct TimelineEntry
@@ -21,6 +34,27 @@ struct TimelineEntry
     std::uint32_t threadId;        // the thread on which it happened
     std::string who;               // which stand-in tells it; see Timeline
     std::string what;              // UTF-8
+    EntryFacts facts{};
+};
+
+/// A change of something that has a state at every moment, also where no entry tells of it.
+struct StateChange
+{
+    std::chrono::nanoseconds time; // as an entry's
+    std::string track;             // "endpoint", "default" or "volume"
+    std::string subject;           // whose: an endpoint's label, or a flow and role such as "render console"
+    std::string value;             // such as "active"; empty: there is none any more
+};
+
+/// A thread of the module that waits, in a call of Windows.
+struct ThreadWait
+{
+    std::chrono::nanoseconds begin; // as an entry's time
+    std::chrono::nanoseconds end;   // negative while it goes on
+    std::uint32_t threadId;
+    std::string call;                // such as "Sleep"
+    std::chrono::milliseconds limit; // how long at most; a sleep lasts that long
+    bool timedOut;                   // the limit has passed
 };
 
 /// What happened in this process, in one order for all threads. Every stand-in adds to it; the host program prints it
@@ -37,6 +71,9 @@ struct TimelineEntry
 /// - "fault": a call that throws as planned
 /// - "scenario", "test": what a scenario or a test does
 ///
+/// Beside the entries it keeps what has a state at every moment, and the waits of the module's threads; nothing of
+/// these is told by anybody, so expectations do not see them.
+///
 /// One object for the process. Every operation may be called from any thread.
 class SIM_TIMELINE_API Timeline
 {
@@ -46,11 +83,24 @@ public:
 
     static Timeline& Instance();
 
-    void Add(std::string_view who, std::string_view what);
-    void Add(std::string_view who, std::wstring_view what);
+    /// Facts without a cause get the one that the calling thread is at work because of.
+    void Add(std::string_view who, std::string_view what, EntryFacts facts = {});
+    void Add(std::string_view who, std::wstring_view what, EntryFacts facts = {});
+
+    void ChangeState(std::string_view track, std::string_view subject, std::string_view value);
+
+    /// The wait's number, for EndWait.
+    std::size_t BeginWait(std::string_view call, std::chrono::milliseconds limit);
+    void EndWait(std::size_t number, bool timedOut);
+
+    /// That moment as an entry's time.
+    std::chrono::nanoseconds SinceStart(std::chrono::steady_clock::time_point moment) const;
 
     /// Everything so far, in order.
     std::vector<TimelineEntry> Entries() const;
+
+    std::vector<StateChange> StateChanges() const;
+    std::vector<ThreadWait> Waits() const;
 
     /// The texts of everything that `who` told so far, in order.
     std::vector<std::string> Texts(std::string_view who) const;
@@ -66,7 +116,7 @@ public:
     /// Called for each entry, in order, one at a time, while the timeline is locked: it must not call the timeline.
     void SetListener(Listener listener);
 
-    /// Forgets all entries; the start stays.
+    /// Forgets everything; the start stays.
     void Clear();
 
     Timeline(const Timeline&) = delete;

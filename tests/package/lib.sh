@@ -30,11 +30,10 @@ expect_same() {
         die "$1: not as expected"
 }
 
-# unpack FOLDER: both archives, into a new folder, which becomes the current one.
+# unpack FOLDER: the simulator's archive alone, into a new folder, which becomes the current one.
 unpack() {
     rm -rf "$1"
     mkdir -p "$1" || die "cannot make $1"
     cd "$1" || die "cannot enter $1"
-    cmake -E tar xf "$archives/$archive.zip" || die "cannot unpack the plug-in's archive"
     cmake -E tar xf "$archives/$archive-simulator.zip" || die "cannot unpack the simulator's archive"
 }

@@ -2,6 +2,7 @@
 
 #include "simulator/host/HostControl.h"
 #include "simulator/host/device/HostState.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
 #include "device/VynTypes.h"
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <utility>
 
 namespace VynCore
 {
@@ -17,9 +19,10 @@ namespace VynCore
 namespace
 {
 
-void Record(const std::string& call)
+void Record(const std::string& call, sim::EntryFacts facts)
 {
-    sim::Timeline::Instance().Add("host", call);
+    facts.gives = sim::NewCause();
+    sim::Timeline::Instance().Add("host", call, std::move(facts));
 }
 
 /// The provider is called with no lock held.
@@ -65,7 +68,7 @@ VynProviderProxy& VynProviderProxy::GetInstance()
 VynError VynProviderProxy::RegistProvider(IProvider* provider)
 {
     const std::string keyword = KeywordOf(provider);
-    Record("RegistProvider " + keyword);
+    Record("RegistProvider " + keyword, {.kind = "provider comes", .values = {{"provider", keyword}}});
     if (provider == nullptr)
     {
         return VynError::InvalidArgument;
@@ -82,7 +85,8 @@ VynError VynProviderProxy::RegistProvider(IProvider* provider)
 
 VynError VynProviderProxy::UnRegistProvider(IProvider* provider)
 {
-    Record("UnRegistProvider " + KeywordOf(provider));
+    const std::string keyword = KeywordOf(provider);
+    Record("UnRegistProvider " + keyword, {.kind = "provider goes", .values = {{"provider", keyword}}});
     if (provider == nullptr)
     {
         return VynError::InvalidArgument;
@@ -102,7 +106,8 @@ void VynProviderProxy::OnDevConnStateChanged(const VynDevice& device, DeviceStat
 {
     const auto number = std::to_string(static_cast<std::int32_t>(state));
     const auto hook = StoreReport(device, state);
-    Record("OnDevConnStateChanged " + device.baseInfo.deviceMacAddr + " " + number);
+    Record("OnDevConnStateChanged " + device.baseInfo.deviceMacAddr + " " + number,
+           {.kind = "connection state", .values = {{"headset", device.baseInfo.deviceMacAddr}, {"state", number}}});
     if (hook)
     {
         hook(device, state);
@@ -113,7 +118,11 @@ void VynProviderProxy::OnFeatureStateChanged(const VynDevice& device, const DevF
 {
     const auto numbers = std::to_string(info.featureId) + " " + std::to_string(info.state);
     const auto hook = StoreReport(device, info);
-    Record("OnFeatureStateChanged " + device.deviceId + " " + numbers);
+    Record("OnFeatureStateChanged " + device.deviceId + " " + numbers,
+           {.kind = "feature state",
+            .values = {{"headset", device.deviceId},
+                       {"feature", std::to_string(info.featureId)},
+                       {"state", std::to_string(info.state)}}});
     if (hook)
     {
         hook(device, info);

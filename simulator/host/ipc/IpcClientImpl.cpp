@@ -4,6 +4,7 @@
 #include "simulator/host/ipc/ServiceLink.h"
 #include "simulator/host/wire/Describe.h"
 #include "simulator/host/wire/Frame.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/FaultPlan.h"
 #include "simulator/timeline/Timeline.h"
 
@@ -68,16 +69,21 @@ void IPCMessageClient::Impl::Close()
     dispatcher_->Close();
 }
 
-void IPCMessageClient::Impl::Record(const std::string& call, const std::string& details) const
+void IPCMessageClient::Impl::Record(const std::string& call, const std::string& details, sim::EntryFacts facts) const
 {
     const std::string client = call + " " + std::to_string(clientId_);
-    sim::Timeline::Instance().Add("ipc", details.empty() ? client : client + " " + details);
+    facts.values.emplace_back("client", std::to_string(clientId_));
+    sim::Timeline::Instance().Add("ipc", details.empty() ? client : client + " " + details, std::move(facts));
 }
 
 bool IPCMessageClient::Impl::Post(std::int32_t messageId, std::int32_t moduleId, std::string_view payload,
                                   const std::string& described)
 {
-    Record("PostMsg", std::to_string(messageId) + " " + std::to_string(moduleId) + " " + described);
+    const sim::CauseId id = sim::NewCause();
+    Record("PostMsg", std::to_string(messageId) + " " + std::to_string(moduleId) + " " + described,
+           {.kind = "post",
+            .values = {{"message", std::to_string(messageId)}, {"module", std::to_string(moduleId)}},
+            .gives = id});
     return !sim::FaultPlan::Instance().Enter("IpcProxy::PostMsg") &&
            link_->Send({.kind = sim::FrameKind::Post,
                         .clientId = clientId_,
@@ -85,5 +91,6 @@ bool IPCMessageClient::Impl::Post(std::int32_t messageId, std::int32_t moduleId,
                         .messageId = messageId,
                         .dataLength = static_cast<std::int32_t>(payload.size()),
                         .hasData = true,
-                        .payload = std::string(payload)});
+                        .payload = std::string(payload),
+                        .cause = id});
 }

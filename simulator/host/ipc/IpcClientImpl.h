@@ -2,6 +2,7 @@
 
 #include "ipc/IPCMessageClient.h"
 #include "ipc/IpcApi.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <cstdint>
 #include <memory>
@@ -41,7 +42,7 @@ public:
     Impl& operator=(const Impl&) = delete;
 
 private:
-    void Record(const std::string& call, const std::string& details = {}) const;
+    void Record(const std::string& call, const std::string& details = {}, sim::EntryFacts facts = {}) const;
     bool Post(std::int32_t messageId, std::int32_t moduleId, std::string_view payload, const std::string& described);
 
     const std::int32_t clientId_;

@@ -1,7 +1,6 @@
 #include "simulator/host/ipc/MessageDispatcher.h"
 
 #include "simulator/host/ipc/ReceivedMessage.h"
-#include "simulator/timeline/Timeline.h"
 
 #include <string>
 #include <utility>
@@ -96,13 +95,14 @@ std::optional<MessageDispatcher::Delivery> MessageDispatcher::WaitForDelivery()
         {
             return std::nullopt;
         }
-        Delivery delivery{std::move(queue_.front()), nullptr};
+        Delivery delivery{std::move(queue_.front()), nullptr, NewCause()};
         queue_.pop_front();
         delivery.callback = FindLocked(delivery.frame);
         if (delivery.callback)
         {
             // Told under the lock: no callback begins after it has been dropped, in the timeline's order too.
-            Record("deliver", delivery.frame.messageId);
+            Record("deliver", delivery.frame.messageId,
+                   {.kind = "delivery begins", .gives = delivery.id, .cause = delivery.frame.cause});
             return delivery;
         }
     }
@@ -110,6 +110,7 @@ std::optional<MessageDispatcher::Delivery> MessageDispatcher::WaitForDelivery()
 
 void MessageDispatcher::Deliver(const Delivery& delivery) const
 {
+    const CauseScope scope(delivery.id);
     {
         const ReceivedMessage message(delivery.frame);
         try
@@ -121,7 +122,7 @@ void MessageDispatcher::Deliver(const Delivery& delivery) const
             Timeline::Instance().Add("ipc", "callback of " + std::to_string(clientId_) + " threw");
         }
     }
-    Record("delivered", delivery.frame.messageId);
+    Record("delivered", delivery.frame.messageId, {.kind = "delivery ends"});
 }
 
 MessageDispatcher::SharedCallback MessageDispatcher::FindLocked(const Frame& frame) const
@@ -134,10 +135,11 @@ MessageDispatcher::SharedCallback MessageDispatcher::FindLocked(const Frame& fra
     return found != messageCallbacks_.end() ? found->second : nullptr;
 }
 
-void MessageDispatcher::Record(const char* what, std::int32_t messageId) const
+void MessageDispatcher::Record(const char* what, std::int32_t messageId, EntryFacts facts) const
 {
     const std::string event = std::string(what) + " " + std::to_string(clientId_) + " " + std::to_string(messageId);
-    Timeline::Instance().Add("ipc", event);
+    facts.values = {{"client", std::to_string(clientId_)}, {"message", std::to_string(messageId)}};
+    Timeline::Instance().Add("ipc", event, std::move(facts));
 }
 
 } // namespace sim

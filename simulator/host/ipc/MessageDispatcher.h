@@ -2,6 +2,8 @@
 
 #include "ipc/IPCMessageClient.h"
 #include "simulator/host/wire/Frame.h"
+#include "simulator/timeline/Cause.h"
+#include "simulator/timeline/Timeline.h"
 
 #include <condition_variable>
 #include <cstdint>
@@ -55,13 +57,14 @@ private:
     {
         Frame frame;
         SharedCallback callback;
+        CauseId id = 0; // names the delivery
     };
 
     void Run();
     std::optional<Delivery> WaitForDelivery();
     void Deliver(const Delivery& delivery) const;
     SharedCallback FindLocked(const Frame& frame) const;
-    void Record(const char* what, std::int32_t messageId) const;
+    void Record(const char* what, std::int32_t messageId, EntryFacts facts) const;
 
     const std::int32_t clientId_;
     std::thread thread_; // set before any callback can run; left alone until `Close`

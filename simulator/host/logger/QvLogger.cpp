@@ -17,5 +17,6 @@ QvLogger* QvLogger::GetInstance()
 
 void QvLogger::Log(LOG_MESSAGE_LEVEL level, std::wstringstream& line)
 {
-    sim::Timeline::Instance().Add("log" + std::to_string(static_cast<std::int32_t>(level)), line.str());
+    const std::string number = std::to_string(static_cast<std::int32_t>(level));
+    sim::Timeline::Instance().Add("log" + number, line.str(), {.kind = "log line", .values = {{"level", number}}});
 }

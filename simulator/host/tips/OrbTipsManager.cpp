@@ -1,4 +1,5 @@
 #include "tips/OrbTipsManager.h"
+#include "simulator/timeline/Cause.h"
 
 #include "simulator/host/tips/TipAnswers.h"
 #include "simulator/host/tips/TipClock.h"
@@ -13,6 +14,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Qva::TipsSdk
 {
@@ -23,9 +25,15 @@ namespace
 using sim::TipRegister;
 using sim::TipSwitches;
 
-void Record(std::string_view call)
+void Record(std::string_view call, sim::EntryFacts facts = {})
 {
-    sim::Timeline::Instance().Add("tips", call);
+    sim::Timeline::Instance().Add("tips", call, std::move(facts));
+}
+
+sim::EntryFacts FactsOf(const char* kind, const TipRegister::TipPointer& tip, sim::CauseId gives)
+{
+    const std::string number = tip ? std::to_string(tip->Number()) : std::string();
+    return {.kind = kind, .values = {{"tip", number}}, .gives = gives};
 }
 
 bool Fails(std::string_view call)
@@ -37,7 +45,9 @@ bool Fails(std::string_view call)
 void Begin(const TipRegister::TipPointer& tip, std::string_view entry)
 {
     TipRegister::Instance().SetShowing(tip);
-    Record(entry);
+    const sim::CauseId id = sim::NewCause();
+    Record(entry, FactsOf("tip shown", tip, id));
+    const sim::CauseScope scope(id);
     const sim::TipDescription description = tip->Description();
     if (const auto hook = TipSwitches::Instance().Get(&TipSwitches::shownHook))
     {
@@ -95,7 +105,8 @@ void OrbTipsManager::Show(TipsBase* tip, TipsBase* other)
 
 bool OrbTipsManager::CloseTips(TipsBase* tip)
 {
-    Record(TipRegister::Instance().Exists(tip) ? "CloseTips" : "CloseTips of no tip");
+    const TipRegister::TipPointer closed = TipRegister::Instance().Find(tip);
+    Record(closed ? "CloseTips" : "CloseTips of no tip", FactsOf("tip closed", closed, sim::NewCause()));
     return !Fails("OrbTipsManager::CloseTips") && TipRegister::Instance().Close(tip);
 }
 

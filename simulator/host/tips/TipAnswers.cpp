@@ -15,25 +15,29 @@ namespace sim
 namespace
 {
 
-void Tell(const TipReply& reply, const char* outcome)
+void Tell(const TipReply& reply, const char* outcome, EntryFacts facts)
 {
+    facts.values = {{"event", std::to_string(reply.event)}, {"parameter", ToUtf8(reply.param)}};
     Timeline::Instance().Add("tips",
-                             "reply " + std::to_string(reply.event) + " \"" + ToUtf8(reply.param) + "\"" + outcome);
+                             "reply " + std::to_string(reply.event) + " \"" + ToUtf8(reply.param) + "\"" + outcome,
+                             std::move(facts));
 }
 
 /// Makes the call, which tells whether there was a callback, and tells how it went.
 template <typename Call> void Around(const TipReply& reply, const Call& call)
 {
-    Tell(reply, "");
+    const CauseId id = NewCause();
+    Tell(reply, "", {.kind = "reply begins", .gives = id});
+    const CauseScope scope(id);
     std::wstring param = reply.param; // the callback may change it
     try
     {
         const bool called = call(static_cast<Qva::TipsSdk::EnmReplyEvent>(reply.event), param);
-        Tell(reply, called ? " returned" : " to no callback");
+        Tell(reply, called ? " returned" : " to no callback", {.kind = "reply ends"});
     }
     catch (...)
     {
-        Tell(reply, " threw");
+        Tell(reply, " threw", {.kind = "reply ends"});
     }
 }
 
@@ -72,12 +76,12 @@ TipAnswers::TipAnswers()
 
 std::uint64_t TipAnswers::Post(const TipReply& reply, std::uint64_t tip)
 {
-    return PostAnswer({0, reply, tip, {}});
+    return PostAnswer({0, reply, tip, {}, 0});
 }
 
 std::uint64_t TipAnswers::PostLate(const TipReply& reply, const ReplyHolder::Callback& callback)
 {
-    return PostAnswer({0, reply, 0, callback});
+    return PostAnswer({0, reply, 0, callback, 0});
 }
 
 bool TipAnswers::WaitFor(std::uint64_t number, std::chrono::milliseconds limit)
@@ -141,6 +145,7 @@ void TipAnswers::Run()
     {
         {
             const Answer answer = TakeNext();
+            const CauseScope scope(answer.cause);
             const TipRegister::TipPointer tip = TipRegister::Instance().FindNumber(answer.tip);
             if (answer.callback)
             {
@@ -152,7 +157,7 @@ void TipAnswers::Run()
             }
             else
             {
-                Tell(answer.reply, " to no tip");
+                Tell(answer.reply, " to no tip", {.kind = "reply dropped"});
             }
         }
         Finish(); // with the answer gone
@@ -191,6 +196,7 @@ std::uint64_t TipAnswers::PostAnswer(Answer answer)
 {
     const std::scoped_lock lock(mutex_);
     answer.number = ++posted_;
+    answer.cause = CurrentCause();
     waiting_.push_back(std::move(answer));
     changed_.notify_all();
     return posted_;

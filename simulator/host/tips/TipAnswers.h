@@ -3,6 +3,7 @@
 #include "simulator/host/tips/ReplyHolder.h"
 #include "simulator/host/tips/TipRegister.h"
 #include "simulator/host/tips/TipsControl.h"
+#include "simulator/timeline/Cause.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -43,6 +44,7 @@ private:
         TipReply reply;
         std::uint64_t tip;              // 0: a late one
         ReplyHolder::Callback callback; // of a late one
+        CauseId cause;                  // of the click
     };
 
     /// A callback that runs; counted while it lives.

@@ -5,6 +5,7 @@
 #include "simulator/timeline/Timeline.h"
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace sim
@@ -41,9 +42,11 @@ void TipClock::Run()
 {
     while (true)
     {
-        if (TipRegister::Instance().CloseNumber(WaitForDue()))
+        const std::uint64_t number = WaitForDue();
+        if (TipRegister::Instance().CloseNumber(number))
         {
-            Timeline::Instance().Add("tips", std::string_view("auto-closed"));
+            Timeline::Instance().Add("tips", std::string_view("auto-closed"),
+                                     {.kind = "tip closed", .values = {{"tip", std::to_string(number)}}});
         }
     }
 }

@@ -15,6 +15,7 @@ constexpr std::uint32_t frameMark = 0x51A71C5E;
 constexpr std::size_t headSize = 8 * 4;
 constexpr std::uint32_t hasDataFlag = 1;
 constexpr std::uint32_t lateFlag = 2;
+constexpr unsigned causeShift = 2; // above the flags
 
 struct Head
 {
@@ -59,7 +60,8 @@ Frame MakeFrame(const Head& head, std::string_view payload)
             static_cast<std::int32_t>(head.dataLength),
             (head.flags & hasDataFlag) != 0,
             (head.flags & lateFlag) != 0,
-            std::string(payload)};
+            std::string(payload),
+            head.flags >> causeShift};
 }
 
 } // namespace
@@ -74,7 +76,7 @@ std::string EncodeFrame(const Frame& frame)
     AppendUint32(bytes, static_cast<std::uint32_t>(frame.moduleId));
     AppendUint32(bytes, static_cast<std::uint32_t>(frame.messageId));
     AppendUint32(bytes, static_cast<std::uint32_t>(frame.dataLength));
-    AppendUint32(bytes, (frame.hasData ? hasDataFlag : 0) | (frame.late ? lateFlag : 0));
+    AppendUint32(bytes, (frame.hasData ? hasDataFlag : 0) | (frame.late ? lateFlag : 0) | frame.cause << causeShift);
     AppendUint32(bytes, static_cast<std::uint32_t>(frame.payload.size()));
     return bytes + frame.payload;
 }

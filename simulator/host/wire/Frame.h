@@ -29,6 +29,7 @@ struct Frame
     bool hasData = false;        // whether the receiver gets a data pointer
     bool late = false;           // of a hello: the client was made before the service was there
     std::string payload;
+    std::uint32_t cause = 0; // names the sender's entry for the receiver's, up to `greatestCause`; 0: none
 };
 
 /// Greatest payload, in bytes. A frame with a greater one is malformed.

@@ -259,7 +259,12 @@ Action ParseHeadsetAction(TokenReader& line, const std::string& headset)
     {
         return HeadsetMoves{headset, line.NeedQuoted("the other device's name")};
     }
-    line.Refuse("what the headset does (connects, disconnects, sends event, moves to; or its address, to declare it)");
+    if (line.Accept("follows its endpoints"))
+    {
+        return HeadsetFollows{headset};
+    }
+    line.Refuse("what the headset does (connects, disconnects, sends event, moves to, follows its endpoints; or its "
+                "address, to declare it)");
 }
 
 std::optional<Action> ParseAction(TokenReader& line, const Names& names)

@@ -113,6 +113,12 @@ struct HeadsetMoves
     std::string toDevice;
 };
 
+/// From now on the headset is connected as long as endpoints of it are there: the service tells it when they come and go.
+struct HeadsetFollows
+{
+    std::string headset;
+};
+
 struct ChangeEndpoint
 {
     std::string endpoint;
@@ -273,8 +279,8 @@ struct ExpectTook
 };
 
 using Action = std::variant<ServiceAction, HostAction, HeadsetConnects, HeadsetDisconnects, HeadsetEvent, HeadsetMoves,
-                            ChangeEndpoint, ChangeDefault, FailCalls, SucceedCalls, ThrowFromCalls, AnswerTip,
-                            ChangeVolume, TipsBehave, ChangeCulture, LosePlaceholder>;
+                            HeadsetFollows, ChangeEndpoint, ChangeDefault, FailCalls, SucceedCalls, ThrowFromCalls,
+                            AnswerTip, ChangeVolume, TipsBehave, ChangeCulture, LosePlaceholder>;
 using Expectation = std::variant<ExpectEvents, ExpectCount, ExpectNever, ExpectDefault, ExpectEndpoint, ExpectFeature,
                                  ExpectTip, ExpectNoTip, ExpectVolume, ExpectTook>;
 

@@ -14,11 +14,12 @@ namespace sim
 {
 
 const char* const serviceCommandHelp =
-    R"(connectivity-service --bus NAME [--silent]
+    R"(connectivity-service --bus NAME [--silent] [--facts NUMBER]
 
 The simulated connectivity service, on the IPC bus of that name. It reads commands from its input, a line each, and
 ends at "stop" or at the end of the input. It writes "ready" when clients can connect, a line for whatever it receives
-or sends, and for each command "ok" when it has been carried out, or "error" and the reason.
+or sends, and for each command "ok" when it has been carried out, or "error" and the reason. With --facts what a line is
+about follows behind a tabulator, as JSON; its entries are numbered from NUMBER on.
 
 Numbers are decimal, or hexadecimal after 0x. A text with blanks, or an empty one, stands in double quotes; in these a
 backslash stands before a quote or a backslash, and \xNN is a byte.

@@ -1,11 +1,14 @@
+#include "simulator/run/FactsJson.h"
 #include "simulator/service/ConnectivityService.h"
 #include "simulator/service/program/ServiceCommands.h"
+#include "simulator/timeline/Cause.h"
 #include "simulator/timeline/Timeline.h"
 
 #include <fcntl.h>
 #include <io.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <mutex>
@@ -20,6 +23,7 @@ struct Arguments
 {
     std::string bus;
     bool silent = false;
+    std::optional<sim::CauseId> firstCause; // none: facts are not told
 };
 
 /// None when they are not as the help says.
@@ -31,6 +35,10 @@ std::optional<Arguments> ReadArguments(const std::vector<std::string>& words)
         if (words[index] == "--silent")
         {
             arguments.silent = true;
+        }
+        else if (words[index] == "--facts" && index + 1 < words.size())
+        {
+            arguments.firstCause = static_cast<sim::CauseId>(std::strtoul(words[++index].c_str(), nullptr, 10));
         }
         else if (words[index] == "--bus" && index + 1 < words.size())
         {
@@ -52,11 +60,11 @@ void Print(const std::string& line)
     std::cout << line << '\n' << std::flush;
 }
 
-void PrintTraffic(const sim::TimelineEntry& entry)
+void PrintTraffic(const sim::TimelineEntry& entry, bool facts)
 {
     if (entry.who == "service")
     {
-        Print(entry.what);
+        Print(facts ? entry.what + "\t" + sim::FactsToLine(entry.facts) : entry.what);
     }
 }
 
@@ -78,7 +86,9 @@ bool RunLine(sim::ConnectivityService& service, const std::string& line)
 
 void Serve(const Arguments& arguments)
 {
-    sim::Timeline::Instance().SetListener(PrintTraffic);
+    const bool facts = arguments.firstCause.has_value();
+    sim::NumberCausesFrom(arguments.firstCause.value_or(1));
+    sim::Timeline::Instance().SetListener([facts](const sim::TimelineEntry& entry) { PrintTraffic(entry, facts); });
     sim::ConnectivityService service(arguments.bus, {.silent = arguments.silent});
     Print("ready");
     std::string line;

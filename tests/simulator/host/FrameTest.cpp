@@ -1,4 +1,5 @@
 #include "simulator/host/wire/Frame.h"
+#include "simulator/timeline/Cause.h"
 
 #include <gtest/gtest.h>
 
@@ -46,6 +47,21 @@ TEST(Frame, ComesOutAsItWentInWhenFedByteByByte)
     EXPECT_EQ(frame->payload, "abc");
     EXPECT_FALSE(parser.Next());
     EXPECT_FALSE(parser.IsMalformed());
+}
+
+TEST(Frame, CarriesItsCauseUpToTheGreatest)
+{
+    Frame sent = Sample();
+    sent.late = true;
+    sent.cause = sim::greatestCause;
+    const std::string bytes = sim::EncodeFrame(sent);
+    FrameParser parser;
+    parser.Feed(bytes.data(), bytes.size());
+    const auto frame = parser.Next();
+    ASSERT_TRUE(frame);
+    EXPECT_EQ(frame->cause, 1073741823U);
+    EXPECT_TRUE(frame->late);
+    EXPECT_TRUE(frame->hasData);
 }
 
 TEST(Frame, TwoAtOnceComeOutInOrder)

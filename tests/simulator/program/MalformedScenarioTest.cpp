@@ -43,9 +43,10 @@ INSTANTIATE_TEST_SUITE_P(
         Malformed{"host enables Buds", "expected the headset's name in quotes but there is \"Buds\""},
         Malformed{"host enables \"Bads\"", "no headset \"Bads\" has been declared above"},
         Malformed{"headset \"Bads\" connects", "no headset \"Bads\" has been declared above"},
-        Malformed{"headset \"Buds\" sings",
-                  "expected what the headset does (connects, disconnects, sends event, moves to; or its address, to "
-                  "declare it) but there is \"sings\""},
+        Malformed{
+            "headset \"Buds\" sings",
+            "expected what the headset does (connects, disconnects, sends event, moves to, follows its endpoints; or "
+            "its address, to declare it) but there is \"sings\""},
         Malformed{"headset \"Buds\" connects with endpoints after \"x\"",
                   "expected a time of at most an hour, such as 200ms or 1.5s, but there is the text \"x\""},
         Malformed{"headset \"Buds\" sends event -1", "expected the event's type, a number, but there is \"-1\""},

@@ -45,6 +45,25 @@ TEST(Options, AreEitherPlainOrColoured)
     EXPECT_FALSE(ParseOptions({"a.scn", "--colour", "--plain"}));
 }
 
+TEST(Options, TellWhichFilesAreWritten)
+{
+    const Options options = *ParseOptions({"a.scn", "--page", "p.html", "--trace", "t.json", "--json", "j.jsonl"});
+    EXPECT_EQ(options.page, "p.html");
+    EXPECT_EQ(options.trace, "t.json");
+    EXPECT_EQ(options.json, "j.jsonl");
+    EXPECT_EQ(ParseOptions({"a.scn"})->page, "");
+    EXPECT_FALSE(ParseOptions({"a.scn", "--page"}));
+    EXPECT_FALSE(ParseOptions({"a.scn", "--trace", ""}));
+}
+
+TEST(Options, TellWhoseAudioItIs)
+{
+    EXPECT_FALSE(ParseOptions({"a.scn"})->systemAudio);
+    EXPECT_TRUE(ParseOptions({"a.scn", "--audio", "system"})->systemAudio);
+    EXPECT_FALSE(ParseOptions({"a.scn", "--audio", "simulated"})->systemAudio);
+    EXPECT_FALSE(ParseOptions({"a.scn", "--audio", "none"}));
+}
+
 TEST(Options, RefuseValuesThatAreNone)
 {
     EXPECT_FALSE(ParseOptions({"a.scn", "--limit"}));

@@ -108,6 +108,7 @@ TEST(StatementParser, ReadsConnectionsOfHeadsets)
 TEST(StatementParser, ReadsOtherMessagesOfHeadsets)
 {
     EXPECT_EQ(ParseAction<HeadsetEvent>("headset \"Buds\" sends event 102").type, 102);
+    EXPECT_EQ(ParseAction<HeadsetFollows>("headset \"Buds\" follows its endpoints").headset, "Buds");
     EXPECT_EQ(ParseAction<HeadsetMoves>("headset \"Buds\" moves to \"Phone: red # 1\"").toDevice, "Phone: red # 1");
 }
 

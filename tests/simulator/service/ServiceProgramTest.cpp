@@ -1,4 +1,5 @@
 #include "tests/simulator/service/ServiceProgram.h"
+#include "ipc/IPCMessageClient.h"
 
 #include "device/IpcProxy.h"
 #include "simulator/host/HostControl.h"
@@ -7,6 +8,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <thread>
 
 using testing::ElementsAre;
 using testing::Not;
@@ -189,4 +197,27 @@ TEST(ServiceProgramArguments, CanMakeItSilent)
     program.WriteLine("stop");
     EXPECT_EQ(program.WaitForEnd(), 0);
     EXPECT_THAT(program.Lines(), Not(testing::Contains(StartsWith("publish"))));
+}
+
+TEST(ServiceProgramArguments, CanMakeItTellWhatALineIsAbout)
+{
+    ServiceProgram program(BusArgument() + " --facts 5000");
+    ASSERT_TRUE(program.WaitForLine("ready"));
+    IpcProxy proxy(7);
+    ASSERT_TRUE(proxy.PostMsg(1, 2, "text"));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::ranges::none_of(program.Lines(), [](const std::string& line) { return line.starts_with("post 7"); }))
+    {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    program.WriteLine("raw 3 4 text \"a\tb\"");
+    ASSERT_TRUE(program.WaitForLine("ok"));
+    program.WriteLine("stop");
+    EXPECT_EQ(program.WaitForEnd(), 0);
+    EXPECT_THAT(program.Lines(),
+                testing::Contains(testing::MatchesRegex(
+                    "post 7 1 2 \"text\"\t.\"kind\":\"post arrives\",\"values\":."
+                    "\"client\":\"7\",\"message\":\"1\",\"module\":\"2\".,\"gives\":50.*,\"cause\":.*,\"clock\":.*")));
+    EXPECT_THAT(program.Lines(), testing::Contains(StartsWith("message 7 3 4 \"a\\x09b\"\t{\"kind\":\"message\"")));
 }
