@@ -13,12 +13,15 @@ namespace sim
 struct Timeline::State
 {
     const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-    mutable std::mutex mutex; // guards the fields below
+    mutable std::mutex mutex; // guards entries and listener
     mutable std::condition_variable added;
     std::vector<TimelineEntry> entries;
+    Listener listener;
+
+    // A leaf, which guards changes and waits: a listener may change what has a state, and is called under `mutex`.
+    mutable std::mutex stateMutex;
     std::vector<StateChange> changes;
     std::vector<ThreadWait> waits;
-    Listener listener;
 
     std::chrono::nanoseconds Now() const { return std::chrono::steady_clock::now() - start; }
 
@@ -72,13 +75,13 @@ void Timeline::Add(std::string_view who, std::wstring_view what, EntryFacts fact
 
 void Timeline::ChangeState(std::string_view track, std::string_view subject, std::string_view value)
 {
-    const std::scoped_lock lock(state_->mutex);
+    const std::scoped_lock lock(state_->stateMutex);
     state_->changes.push_back({state_->Now(), std::string(track), std::string(subject), std::string(value)});
 }
 
 std::size_t Timeline::BeginWait(std::string_view call, std::chrono::milliseconds limit)
 {
-    const std::scoped_lock lock(state_->mutex);
+    const std::scoped_lock lock(state_->stateMutex);
     state_->waits.push_back(
         {state_->Now(), std::chrono::nanoseconds(-1), GetCurrentThreadId(), std::string(call), limit, false});
     return state_->waits.size() - 1;
@@ -86,7 +89,7 @@ std::size_t Timeline::BeginWait(std::string_view call, std::chrono::milliseconds
 
 void Timeline::EndWait(std::size_t number, bool timedOut)
 {
-    const std::scoped_lock lock(state_->mutex);
+    const std::scoped_lock lock(state_->stateMutex);
     if (number < state_->waits.size()) // else it has been forgotten meanwhile
     {
         state_->waits[number].end = state_->Now();
@@ -107,13 +110,13 @@ std::vector<TimelineEntry> Timeline::Entries() const
 
 std::vector<StateChange> Timeline::StateChanges() const
 {
-    const std::scoped_lock lock(state_->mutex);
+    const std::scoped_lock lock(state_->stateMutex);
     return state_->changes;
 }
 
 std::vector<ThreadWait> Timeline::Waits() const
 {
-    const std::scoped_lock lock(state_->mutex);
+    const std::scoped_lock lock(state_->stateMutex);
     return state_->waits;
 }
 
@@ -162,7 +165,7 @@ void Timeline::SetListener(Listener listener)
 
 void Timeline::Clear()
 {
-    const std::scoped_lock lock(state_->mutex);
+    const std::scoped_lock lock(state_->mutex, state_->stateMutex);
     state_->entries.clear();
     state_->changes.clear();
     state_->waits.clear();

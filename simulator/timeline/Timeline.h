@@ -113,7 +113,8 @@ public:
     bool WaitFor(std::string_view who, std::string_view what, std::chrono::milliseconds limit,
                  std::size_t count = 1) const;
 
-    /// Called for each entry, in order, one at a time, while the timeline is locked: it must not call the timeline.
+    /// Called for each entry, in order, one at a time, while the entries are locked: it may call nothing of the timeline but
+    /// what changes a state or tells of a wait.
     void SetListener(Listener listener);
 
     /// Forgets everything; the start stays.
